@@ -1,0 +1,18 @@
+// The library's start and end in a process.
+#include "mUtil/mModule.h"
+
+#include <windows.h>
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
+    switch (reason) {
+    case DLL_PROCESS_ATTACH:
+        mModule::attachLibrary(reinterpret_cast<SYSTEM_INFO_STRUCT *>(instance));
+        break;
+    case DLL_PROCESS_DETACH:
+        mModule::detachLibrary();
+        break;
+    default:
+        break;
+    }
+    return TRUE;
+}

@@ -1,0 +1,141 @@
+#include "mWindow/mTopLevel.h"
+#include "mUtil/mApp.h"
+
+#include <windows.h>
+
+namespace {
+HWND hwnd(SYSTEM_INFO_STRUCT *peer) { return reinterpret_cast<HWND>(peer); }
+} // namespace
+
+mTopLevel::mTopLevel(mWindow *parent)
+    : mWindow(parent), minWidth(0), minHeight(0), maxWidth(0), maxHeight(0), icon(nullptr) {}
+
+mTopLevel::~mTopLevel() {}
+
+bool mTopLevel::process(int message, unsigned long wParam, unsigned long lParam, unsigned long &result) {
+    switch (message) {
+    case WM_GETMINMAXINFO:
+        if (maxWidth || maxHeight) {
+            MINMAXINFO *info = reinterpret_cast<MINMAXINFO *>((uintptr_t)lParam);
+            info->ptMaxSize.x = maxWidth;
+            info->ptMaxSize.y = maxHeight;
+            result = 0;
+            return true;
+        }
+        break;
+    case WM_SIZING: {
+        RECT *r = reinterpret_cast<RECT *>((uintptr_t)lParam);
+        mRect area(r->left, r->top, r->right, r->bottom);
+        bool left = wParam == WMSZ_LEFT || wParam == WMSZ_TOPLEFT || wParam == WMSZ_BOTTOMLEFT;
+        bool top = wParam == WMSZ_TOP || wParam == WMSZ_TOPLEFT || wParam == WMSZ_TOPRIGHT;
+        boundRect(area, left, top);
+        *r = {(LONG)area.left, (LONG)area.top, (LONG)area.right, (LONG)area.bottom};
+        result = TRUE;
+        return true;
+    }
+    case WM_ENTERSIZEMOVE:
+        onUserDrag(true);
+        return false;
+    case WM_EXITSIZEMOVE:
+        onUserDrag(false);
+        return false;
+    default:
+        break;
+    }
+    return mWindow::process(message, wParam, lParam, result);
+}
+
+void mTopLevel::setLimits(const mSize &minSize, const mSize &maxSize) {
+    mInset in = getInsets();
+    long dw = in.left + in.right, dh = in.top + in.bottom;
+    minWidth = minSize.cx > 0 ? minSize.cx + dw : minSize.cx;
+    minHeight = minSize.cy > 0 ? minSize.cy + dh : minSize.cy;
+    maxWidth = maxSize.cx > 0 ? maxSize.cx + dw : maxSize.cx;
+    maxHeight = maxSize.cy > 0 ? maxSize.cy + dh : maxSize.cy;
+    boundSize();
+}
+
+void mTopLevel::getLimits(mSize &minSize, mSize &maxSize) {
+    mInset in = getInsets();
+    long dw = in.left + in.right, dh = in.top + in.bottom;
+    minSize = mSize(minWidth > 0 ? minWidth - dw : minWidth, minHeight > 0 ? minHeight - dh : minHeight);
+    maxSize = mSize(maxWidth > 0 ? maxWidth - dw : maxWidth, maxHeight > 0 ? maxHeight - dh : maxHeight);
+}
+
+// The change of size that brings area within the limits; false when none is needed.
+bool mTopLevel::correction(const mRect &area, int &dx, int &dy) const {
+    dx = dy = 0;
+    int w = area.width(), h = area.height();
+    if (minWidth > 0 && w < minWidth) dx = (int)minWidth - w;
+    if (maxWidth > 0 && w > maxWidth) dx = (int)maxWidth - w;
+    if (minHeight > 0 && h < minHeight) dy = (int)minHeight - h;
+    if (maxHeight > 0 && h > maxHeight) dy = (int)maxHeight - h;
+    return dx || dy;
+}
+
+void mTopLevel::boundRect(mRect &area, bool left, bool top) {
+    int dx, dy;
+    if (!isVisible() || !hasLimits() || !correction(area, dx, dy))
+        return;
+    if (left) area.left -= dx; else area.right += dx;
+    if (top) area.top -= dy; else area.bottom += dy;
+}
+
+void mTopLevel::boundSize() {
+    if (!isVisible() || !hasLimits())
+        return;
+    RECT r;
+    GetWindowRect(hwnd(peer), &r);
+    mRect area(r.left, r.top, r.right, r.bottom);
+    int dx, dy;
+    if (correction(area, dx, dy))
+        SetWindowPos(hwnd(peer), nullptr, 0, 0, area.width() + dx, area.height() + dy, SWP_NOMOVE | SWP_NOZORDER);
+}
+
+void mTopLevel::setShow(ShowState state) {
+    switch (state) {
+    case NORMAL: ShowWindow(hwnd(peer), SW_RESTORE); break;
+    case MINIMIZED: ShowWindow(hwnd(peer), SW_MINIMIZE); break;
+    case MAXIMIZED: ShowWindow(hwnd(peer), SW_MAXIMIZE); break;
+    default: break;
+    }
+}
+
+mWindow::ShowState mTopLevel::getShow() {
+    WINDOWPLACEMENT p = {};
+    p.length = sizeof p;
+    GetWindowPlacement(hwnd(peer), &p);
+    if (p.showCmd == SW_SHOWMINIMIZED) return MINIMIZED;
+    if (p.showCmd == SW_SHOWMAXIMIZED) return MAXIMIZED;
+    return NORMAL;
+}
+
+void mTopLevel::setEnable(bool enable) { EnableWindow(hwnd(peer), enable); }
+
+bool mTopLevel::isEnabled() { return IsWindowEnabled(hwnd(peer)) != 0; }
+
+void mTopLevel::activate() { SetActiveWindow(hwnd(peer)); }
+
+void mTopLevel::center(bool onScreen) {
+    RECT reference;
+    if (onScreen || !parent) {
+        mRect work = mApp::getScreenBounds();
+        reference = {(LONG)work.left, (LONG)work.top, (LONG)work.right, (LONG)work.bottom};
+    } else {
+        GetWindowRect(hwnd(parent->getPeer()), &reference);
+    }
+    RECT r;
+    GetWindowRect(hwnd(peer), &r);
+    int left = r.left + (reference.left + reference.right - r.left - r.right) / 2;
+    int top = r.top + (reference.top + reference.bottom - r.top - r.bottom) / 2;
+    SetWindowPos(hwnd(peer), nullptr, left, top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOREDRAW);
+}
+
+void mTopLevel::setTitle(const mString &title) { SetWindowTextA(hwnd(peer), title.c_str()); }
+
+mString mTopLevel::getTitle() {
+    char buffer[200];
+    buffer[0] = 0;
+    GetWindowTextA(hwnd(peer), buffer, sizeof buffer);
+    return mString(buffer);
+}

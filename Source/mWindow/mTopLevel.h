@@ -1,0 +1,38 @@
+// Whatever has a frame of its own on the desktop: size limits, remembered bounds, title, enabling.
+#pragma once
+#include "mWindow/mWindow.h"
+
+class mIcon;
+
+class VELNOR_API mTopLevel : public mWindow {
+public:
+    bool process(int message, unsigned long wParam, unsigned long lParam, unsigned long &result) override;
+    virtual void onUserDrag(bool starting) {}
+
+    void setLimits(const mSize &minSize, const mSize &maxSize);
+    void getLimits(mSize &minSize, mSize &maxSize);
+    void setShow(ShowState state);
+    ShowState getShow();
+    void setEnable(bool enable);
+    bool isEnabled();
+    void activate();
+    void center(bool onScreen);
+    void setTitle(const mString &title);
+    mString getTitle();
+
+protected:
+    mTopLevel(mWindow *parent);
+    ~mTopLevel() override;
+
+    void boundRect(mRect &area, bool left, bool top);
+    void boundSize();
+
+    long minWidth, minHeight, maxWidth, maxHeight;
+    mString configKey;
+    mString configModule;
+    mIcon *icon;
+
+private:
+    bool hasLimits() const { return minWidth || minHeight || maxWidth || maxHeight; }
+    bool correction(const mRect &area, int &dx, int &dy) const;
+};
