@@ -6,20 +6,14 @@
 
 static const char srcPath[] = "mFile/mFSobject";
 
+// The caches deleted here were made here as exactly the type they are deleted as.
+#pragma GCC diagnostic ignored "-Wdelete-non-virtual-dtor"
+
 mFSobject::mFSobject() : unc(false), parent(nullptr), disk(nullptr), fullPath(nullptr) {}
 
-mFSobject::mFSobject(const mString &text) : mFSobject() {
-    if (isAbsolutePath(text)) {
-        parse(nullptr, text);
-    } else {
-        mFSdir base = mApp::getCurrentApp() ? mApp::getCurrentApp()->getAppDirectory() : mFSdir();
-        parse(&base, text);
-    }
-}
+mFSobject::mFSobject(const mString &text) : mFSobject() { parseOnAppDirectory(text); }
 
-mFSobject::mFSobject(mFSobject &base, const mString &text) : mFSobject() {
-    parse(base.isDir() ? &base : base.getParent(), text);
-}
+mFSobject::mFSobject(mFSobject &base, const mString &text) : mFSobject() { parseOn(base, text); }
 
 mFSobject::mFSobject(const mFSobject &f)
     : unc(false), volume(f.volume), path(f.path), name(f.name), parent(nullptr), disk(nullptr),
@@ -55,12 +49,57 @@ void mFSobject::init() {
 }
 
 void mFSobject::parse(mFSobject *base, const mString &text) {
+    clearCaches();
+    unc = false;
+    volume.erase();
+    path.erase();
+    name.erase();
     std::vector<mString> nodes;
     parseNodes(static_cast<mFSdir *>(base), text, nodes);
     buildUpPath(nodes);
-    // unc as the parser found it; only the caches are reset.
-    delete fullPath;
-    fullPath = nullptr;
+}
+
+void mFSobject::parseOnAppDirectory(const mString &text) {
+    if (isAbsolutePath(text)) {
+        parse(nullptr, text);
+        return;
+    }
+    mApp *app = mApp::getCurrentApp();
+    mFSdir base = app ? app->getAppDirectory() : mFSdir();
+    parse(&base, text);
+}
+
+void mFSobject::parseOn(mFSobject &base, const mString &text) {
+    if (isAbsolutePath(text))
+        parse(nullptr, text);
+    else
+        parse(base.isDir() ? &base : base.getParent(), text);
+}
+
+void mFSobject::parseAlongSearchPath(const mString &text, bool skipFailures) {
+    if (isAbsolutePath(text)) {
+        parse(nullptr, text);
+        return;
+    }
+    // A copy: asking the disk must not depend on the list staying as it is.
+    mApp *app = mApp::getCurrentApp();
+    std::vector<mFSdir> dirs;
+    if (app)
+        dirs = app->getFileSearchPath();
+    for (mFSdir &dir : dirs) {
+        try {
+            parse(&dir, text);
+        } catch (const mError &) {
+            if (!skipFailures)
+                throw;
+            continue;
+        }
+        if (exists())
+            return;
+    }
+    if (dirs.empty())
+        throw mError("invalid vector<T> subscript");
+    parse(&dirs[0], text);
 }
 
 void mFSobject::parseNodes(mFSdir *base, const mString &text, std::vector<mString> &nodes) {
@@ -115,17 +154,17 @@ void mFSobject::parseNodes(mFSdir *base, const mString &text, std::vector<mStrin
     }
 
     mString last = work.substr(start, -1);
-    if (pending) {
-        if (!unc) {
-            volume = last;
-        } else if (!volume.empty()) {
-            volume += '\\';
-            volume += last;
-        }
-        if (unc && volume.empty())
+    if (!pending) {
+        if (!last.empty())
+            nodes.push_back(last);
+    } else if (!unc) {
+        volume = last;
+    } else {
+        // A server needs its share behind it, whether or not a separator follows the server.
+        if (volume.empty() || last.empty())
             VELNOR_THROW("Malformed UNC file path", 0);
-    } else if (!last.empty()) {
-        nodes.push_back(last);
+        volume += '\\';
+        volume += last;
     }
 }
 
@@ -176,8 +215,8 @@ mFSdir *mFSobject::getRootDir() { return getDisk()->getRoot(); }
 bool mFSobject::exists() {
     if (name.empty())
         return false;
-    struct _stat info;
-    if (_stat(getFullPath().c_str(), &info) != 0)
+    struct _stat64 info;
+    if (_stat64(getFullPath().c_str(), &info) != 0)
         return false;
     return isDir() ? (info.st_mode & _S_IFDIR) != 0 : (info.st_mode & _S_IFREG) != 0;
 }
@@ -239,26 +278,9 @@ bool mFSobject::isAbsolutePath(const mString &text) {
     return text[0] == '\\' && text[1] == '\\';
 }
 
-mFSdir::mFSdir(const mString &text) {
-    if (isAbsolutePath(text)) {
-        parse(nullptr, text);
-        return;
-    }
-    mApp *app = mApp::getCurrentApp();
-    std::vector<mFSdir> &dirs = app->getFileSearchPath();
-    if (dirs.empty())
-        throw mError("invalid vector<T> subscript");
-    for (mFSdir &dir : dirs) {
-        mFSdir candidate(dir, text);
-        if (candidate.exists()) {
-            *this = candidate;
-            return;
-        }
-    }
-    parse(&dirs[0], text);
-}
+mFSdir::mFSdir(const mString &text) { parseAlongSearchPath(text, false); }
 
-mFSdir::mFSdir(mFSdisk *d) : mFSdir(d->getRoot()->getFullPath()) {}
+mFSdir::mFSdir(mFSdisk *d) : mFSobject(d->getRoot()->getFullPath()) {}
 
 mFSdisk &mFSdisk::operator=(const mFSdisk &d) {
     if (&d != this) {
@@ -273,8 +295,12 @@ mFSdisk::~mFSdisk() { delete root; }
 
 bool mFSdisk::isUNC() const { return volume.length() >= 3 && volume[0] == '\\' && volume[1] == '\\'; }
 
+mString mFSdisk::rootText() const {
+    return volume + (isUNC() ? mFSobject::getPathSep() : mFSobject::getDriveSep());
+}
+
 mFSdir *mFSdisk::getRoot() {
     if (!root)
-        root = new mFSdir(volume + (isUNC() ? mFSobject::getPathSep() : mFSobject::getDriveSep()));
+        root = new mFSdir(rootText());
     return root;
 }

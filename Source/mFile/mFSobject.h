@@ -43,7 +43,16 @@ protected:
     void clearCaches();
     void parseNodes(mFSdir *base, const mString &path, std::vector<mString> &nodes);
     void buildUpPath(std::vector<mString> &nodes);
+    // Replaces the whole path: parsed by itself when base is null or the text absolute.
     void parse(mFSobject *base, const mString &path);
+    // The rule of the one-text constructor: an absolute path alone, else in the application directory.
+    void parseOnAppDirectory(const mString &path);
+    // The rule of the base-and-text constructor: relative to base, or to its parent for a file.
+    void parseOn(mFSobject &base, const mString &path);
+    // A relative name is looked for along the file search path; the first directory in which it
+    // exists wins, else the first directory. With skipFailures, a directory whose candidate
+    // cannot be parsed is passed over.
+    void parseAlongSearchPath(const mString &path, bool skipFailures);
 
     bool unc;
     mString volume;
@@ -96,6 +105,8 @@ public:
 private:
     friend class mFSobject;
     mFSdisk(mString &volume) : volume(volume), root(nullptr) {}
+    // The volume's root as text: a drive letter with the drive separator, a UNC name with the path separator.
+    mString rootText() const;
 
     mString volume;
     mFSdir *root;
