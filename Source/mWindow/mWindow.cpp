@@ -71,13 +71,13 @@ mWindow::mWindow(mWindow *parent, SYSTEM_INFO_STRUCT *foreign) : mWindow(parent)
     gone = true;
 }
 
-mWindow::mWindow(const mWindow &w) { *this = w; }
+mWindow::mWindow(const mWindow &w) : palette(nullptr) { *this = w; }
 
 mWindow &mWindow::operator=(const mWindow &w) {
     peer = w.peer;
     paintInfo = w.paintInfo;
     graphics = w.graphics;
-    palette = w.palette;
+    setPalette(w.palette);
     cursor = w.cursor;
     cursorIsSystem = w.cursorIsSystem;
     enumDeep = w.enumDeep;
@@ -97,6 +97,7 @@ mWindow::~mWindow() {
         DestroyWindow(hwnd(peer));
     }
     mApp::free(paintInfo);
+    setPalette(nullptr);
 }
 
 void mWindow::registerClass(const mString &name, SYSTEM_INFO_STRUCT *instance) {
@@ -714,7 +715,24 @@ void mWindow::mOnSize(bool &, int type, int width, int height) {
 
 void mWindow::mOnMove(bool &, int x, int y) { onMove(mPoint(x, y)); }
 
-void mWindow::mOnPaletteChanged(bool &, void *) {}
+// Every window of this family that has a palette is repainted, this one first; the others would
+// only repaint the same pixels.
+void mWindow::mOnPaletteChanged(bool &, void *) {
+    struct Gatherer : mChildList {
+        std::vector<mWindow *> windows;
+        bool onChild(mWindow &child, int) override {
+            mWindow *window = findWindow(child.getPeer());
+            if (window && window->hasPalette())
+                windows.push_back(window);
+            return false;
+        }
+    } gatherer;
+    if (hasPalette())
+        gatherer.windows.push_back(this);
+    enumChildren(gatherer, true);
+    for (mWindow *window : gatherer.windows)
+        window->update(true);
+}
 
 // Idle rounds while the platform runs a modal loop (a dialog, an open menu).
 void mWindow::mOnEnterIdle(unsigned long, unsigned long) {
