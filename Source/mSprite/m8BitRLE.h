@@ -8,6 +8,7 @@ public:
     m8BitRLE();
     // From a plain or a run-length 8-bit image.
     m8BitRLE(const mBitMap &source);
+    m8BitRLE(const m8BitRLE &source) : m8BitRLE(static_cast<const mBitMap &>(source)) {}
 
     mColor *getUsedColors(int &count, int threshold) override;
     mBitMap *load(const void *data, long length, bool fileHeader) override;

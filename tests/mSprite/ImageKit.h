@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -191,3 +192,76 @@ public:
 private:
     GuardedBlock block;
 };
+
+// ---- Copies against a per-pixel model.
+
+inline Guarded<m8Bit> *newGuarded(bool atEnd, const mSize &size, m8Bit *) {
+    return new Guarded<m8Bit>(atEnd, size, (const mPalette *)nullptr);
+}
+inline Guarded<m15Bit> *newGuarded(bool atEnd, const mSize &size, m15Bit *) {
+    return new Guarded<m15Bit>(atEnd, size);
+}
+
+// What a copy must produce: each source pixel s of the rectangle that lies in the source
+// lands at position + (s - the rectangle's corner), if that lies in the target. `read`
+// gives the value to write, or -1 for a pixel that is not drawn.
+inline void modelCopy(long sourceW, long sourceH, long targetW, long targetH, mRect r, mPoint at,
+                      const std::function<int(long, long)> &read, const std::function<void(long, long, int)> &write) {
+    for (long long y = r.top; y < r.bottom; ++y) {
+        if (y < 0 || y >= sourceH)
+            continue;
+        for (long long x = r.left; x < r.right; ++x) {
+            const long long tx = at.x + (x - r.left), ty = at.y + (y - r.top);
+            if (x >= 0 && x < sourceW && tx >= 0 && ty >= 0 && tx < targetW && ty < targetH) {
+                const int v = read((long)x, (long)y);
+                if (v >= 0)
+                    write((long)tx, (long)ty, v);
+            }
+        }
+    }
+}
+
+inline mRect randomRect(Lcg &rng, long w, long h) {
+    const long l = rng.in(-w, 2 * w), t = rng.in(-h, 2 * h);
+    return mRect(l, t, l + rng.in(-3, 2 * w + 3), t + rng.in(-3, 2 * h + 3));
+}
+
+// Copies `from` into many targets, each block fenced by an inaccessible page on one side,
+// with random rectangles and positions, and compares every byte with the model.
+template <class Target, class Pixel>
+void checkCopies(const mBitMap &from, long modelW, long modelH, const std::function<int(long, long)> &read,
+                 const std::function<void(Target &)> &prepare, unsigned seed, int rounds = 300) {
+    Lcg rng(seed);
+    for (int round = 0; round < rounds; ++round) {
+        const long tw = rng.in(1, 40), th = rng.in(1, 30);
+        std::unique_ptr<Guarded<Target>> fenced(newGuarded(round & 1, mSize(tw, th), (Target *)nullptr));
+        Guarded<Target> &target = *fenced;
+        prepare(target);
+        for (long y = 0; y < th; ++y)
+            for (long x = 0; x < tw; ++x)
+                reinterpret_cast<Pixel *>(row8(target, y))[x] = (Pixel)(200 + (x + y) % 50);
+        Bytes expected = blockOf(target);
+        const long line = head(target).lineBytes;
+        const mRect r = randomRect(rng, modelW, modelH);
+        const mPoint p(rng.in(-tw, tw + 5), rng.in(-th, th + 5));
+        modelCopy(modelW, modelH, tw, th, r, p, read, [&](long x, long y, int v) {
+            reinterpret_cast<Pixel *>(&expected[(th - 1 - y) * line])[x] = (Pixel)v;
+        });
+        target.copy(&from, r, p);
+        ASSERT_EQ(expected, blockOf(target)) << "round " << round;
+    }
+}
+
+inline void checkCopiesInto8(const mBitMap &from, const std::function<int(long, long)> &read, unsigned seed,
+                             int rounds = 300) {
+    const mSize size = from.getSize();
+    checkCopies<m8Bit, unsigned char>(from, size.cx, size.cy, read, [](m8Bit &) {}, seed, rounds);
+}
+
+inline void checkCopiesInto15(const mBitMap &from, const std::function<int(long, long)> &read,
+                              const mPalette *mapping, unsigned seed, int rounds = 300) {
+    const mSize size = from.getSize();
+    checkCopies<m15Bit, unsigned short>(from, size.cx, size.cy, read, [&](m15Bit &t) {
+        t.setMapping(mapping, mColor(true));
+    }, seed, rounds);
+}
