@@ -130,19 +130,7 @@ void m15Bit::copy(const mBitMap *source, mRect sourceRect, mPoint position) {
         if (!holdsRows(*source, 2))
             return;
         const m15Bit *colours = dynamic_cast<const m15Bit *>(source);
-        // 0xFFFF stands for no transparency, and a pixel never has its top bit set.
-        const unsigned short t = colours ? colours->transparent : 0xFFFF;
-        const long sourceLine = s.lineBytes / 2, targetLine = header->lineBytes / 2;
-        const long cols = sourceRect.width(), rows = sourceRect.height();
-        const unsigned short *from = static_cast<const unsigned short *>(source->getData()) +
-                                     (s.height - sourceRect.bottom) * sourceLine + sourceRect.left;
-        unsigned short *to = row(position.y + rows - 1) + position.x;
-        for (long y = 0; y < rows; ++y, from += sourceLine, to += targetLine) {
-            for (long x = 0; x < cols; ++x) {
-                const unsigned short v = from[x];
-                to[x] = v == t ? to[x] : v;
-            }
-        }
+        copyRows(*source, sourceRect, position, colours ? colours->transparent : 0xFFFF);
         return;
     }
     if (!mappingPalette && !source->getRGB15convert())
@@ -150,6 +138,32 @@ void m15Bit::copy(const mBitMap *source, mRect sourceRect, mPoint position) {
     if (s.bits != 8)
         VELNOR_THROW("Unsupported copy into 15 bit image", 0);
     copy8(source, sourceRect, position);
+}
+
+// 0xFFFF stands for no transparency: a pixel never has its top bit set, and rows can then
+// move as blocks.
+void m15Bit::copyRows(const mBitMap &source, const mRect &r, mPoint position, unsigned short t) {
+    const mBHeader &s = *source.getHeader();
+    const long sourceLine = s.lineBytes / 2, targetLine = header->lineBytes / 2;
+    const long cols = r.width(), rows = r.height();
+    const unsigned short *from =
+        static_cast<const unsigned short *>(source.getData()) + (s.height - r.bottom) * sourceLine + r.left;
+    unsigned short *to = row(position.y + rows - 1) + position.x;
+    if (t == 0xFFFF) {
+        if (cols == sourceLine && cols == targetLine) {
+            std::memcpy(to, from, (size_t)cols * rows * 2);
+            return;
+        }
+        for (long y = 0; y < rows; ++y, from += sourceLine, to += targetLine)
+            std::memcpy(to, from, (size_t)cols * 2);
+        return;
+    }
+    for (long y = 0; y < rows; ++y, from += sourceLine, to += targetLine) {
+        for (long x = 0; x < cols; ++x) {
+            const unsigned short v = from[x];
+            to[x] = v == t ? to[x] : v;
+        }
+    }
 }
 
 void m15Bit::copy8(const mBitMap *source, const mRect &r, mPoint position) {

@@ -77,20 +77,43 @@ inline bool passRow(const unsigned char *&p, const unsigned char *end) {
 
 // ---- Writing decoded pixels into a plain target.
 
+// Moves of any length in eight-byte units, the last unit overlapping the one before, so
+// that a few stores and no byte loop serve every length; nothing outside [0, n) is touched.
 struct mWrite8 {
     typedef unsigned char Pixel;
     void run(Pixel *to, long n, unsigned v) const {
-        const uint32_t quad = v * 0x01010101u;
-        for (; n >= 4; n -= 4, to += 4)
-            std::memcpy(to, &quad, 4);
-        for (; n > 0; --n)
-            *to++ = (Pixel)v;
+        const uint64_t eight = v * 0x0101010101010101ULL;
+        if (n >= 8) {
+            for (long i = 0; i + 8 < n; i += 8)
+                std::memcpy(to + i, &eight, 8);
+            std::memcpy(to + n - 8, &eight, 8);
+        } else if (n >= 4) {
+            std::memcpy(to, &eight, 4);
+            std::memcpy(to + n - 4, &eight, 4);
+        } else if (n > 0) {
+            to[0] = to[n / 2] = to[n - 1] = (Pixel)v;
+        }
     }
     void literal(Pixel *to, const unsigned char *from, long n) const {
-        for (; n >= 4; n -= 4, to += 4, from += 4)
-            std::memcpy(to, from, 4);
-        for (; n > 0; --n)
-            *to++ = *from++;
+        if (n >= 8) {
+            uint64_t eight;
+            for (long i = 0; i + 8 < n; i += 8) {
+                std::memcpy(&eight, from + i, 8);
+                std::memcpy(to + i, &eight, 8);
+            }
+            std::memcpy(&eight, from + n - 8, 8);
+            std::memcpy(to + n - 8, &eight, 8);
+        } else if (n >= 4) {
+            uint32_t head, tail;
+            std::memcpy(&head, from, 4);
+            std::memcpy(&tail, from + n - 4, 4);
+            std::memcpy(to, &head, 4);
+            std::memcpy(to + n - 4, &tail, 4);
+        } else if (n > 0) {
+            to[0] = from[0];
+            to[n / 2] = from[n / 2];
+            to[n - 1] = from[n - 1];
+        }
     }
 };
 
@@ -98,9 +121,14 @@ struct mWrite15 {
     typedef unsigned short Pixel;
     const unsigned short *table;
     void run(Pixel *to, long n, unsigned v) const {
-        const Pixel word = table[v];
-        for (long i = 0; i < n; ++i)
-            to[i] = word;
+        const uint64_t four = table[v] * 0x0001000100010001ULL;
+        if (n >= 4) {
+            for (long i = 0; i + 4 < n; i += 4)
+                std::memcpy(to + i, &four, 8);
+            std::memcpy(to + n - 4, &four, 8);
+        } else if (n > 0) {
+            to[0] = to[n / 2] = to[n - 1] = (Pixel)four;
+        }
     }
     void literal(Pixel *to, const unsigned char *from, long n) const {
         for (long i = 0; i < n; ++i)
