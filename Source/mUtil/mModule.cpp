@@ -1,5 +1,4 @@
 #include "mUtil/mModule.h"
-#include "mUtil/mApp.h"
 #include "mUtil/mCodec.h"
 
 #include <cstring>
@@ -122,8 +121,8 @@ void mModule::getCodeVersion(int *numbers) {
     mString product, version;
     getModuleVersion(product, version);
     int k = 0;
-    for (int i = 0; i < version.length(); ++i) {
-        char c = version[i];
+    for (const char *p = version.c_str(); *p; ++p) {
+        char c = *p;
         if (c == '.') {
             if (++k == 3)
                 break;

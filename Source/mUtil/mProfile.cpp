@@ -105,7 +105,7 @@ bool mApp::getProfileValue(const mString &name, std::vector<long> &values, int m
     if ((int)found.size() < minimum)
         return false;
     if (end < text.length())
-        suffix = text.substr(text[end] == '\'' ? end + 1 : end, -1);
+        suffix = text.substr(text.c_str()[end] == '\'' ? end + 1 : end, -1);
     values.swap(found);
     return true;
 }
