@@ -70,15 +70,15 @@ velnor_session_begin() {
     velnor_display_usable || velnor_start_xvfb || return 1
     velnor_route_sound
     velnor_prepare_prefix
-    wineserver -p >/dev/null 2>&1
+    # The server outlives a run by a minute, so that runs in a row share it, and then ends by itself.
+    wineserver -p60 >/dev/null 2>&1
     export VELNOR_SESSION=$$
     VELNOR_SESSION_OWNER=1
 }
 
-# Ends what velnor_session_begin started, and nothing else.
+# Ends what velnor_session_begin started, and nothing else: other runs may share the server.
 velnor_session_end() {
     [ -n "${VELNOR_SESSION_OWNER:-}" ] || return 0
-    wineserver -k >/dev/null 2>&1
     [ -n "${VELNOR_XVFB_PID:-}" ] && kill "$VELNOR_XVFB_PID" 2>/dev/null
     [ -n "${VELNOR_ALSA_CONF:-}" ] && rm -f "$VELNOR_ALSA_CONF"
     unset VELNOR_SESSION VELNOR_SESSION_OWNER

@@ -527,12 +527,17 @@ bool mWindow::process(int message, unsigned long wParam, unsigned long lParam, u
     case WM_DRAWITEM: mOnDrawItem(handled, reinterpret_cast<const void *>((uintptr_t)lParam)); result = 1; break;
     case WM_MEASUREITEM: mOnMeasureItem(handled, reinterpret_cast<const void *>((uintptr_t)lParam)); result = 1; break;
     case WM_DELETEITEM: mOnDeleteItem(handled, reinterpret_cast<const void *>((uintptr_t)lParam)); result = 1; break;
-    case WM_NCDESTROY:
+    case WM_NCDESTROY: {
+        // The object goes with its peer, even when onWindowGone fails.
+        struct Deleter {
+            mWindow *window;
+            ~Deleter() { delete window; }
+        } deleter{this};
         gone = true;
-        onWindowGone();
         SetWindowLongPtrA(hwnd(peer), 0, 0);
-        delete this;
+        onWindowGone();
         return false;
+    }
     case WM_KEYDOWN: mOnKeyUD(handled, (int)wParam, 1, x, highWord(lParam)); break;
     case WM_KEYUP: mOnKeyUD(handled, (int)wParam, 0, x, highWord(lParam)); break;
     case WM_CHAR: mOnChar(handled, (signed char)(wParam & 0xFF), x); break;
