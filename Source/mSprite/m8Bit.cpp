@@ -313,7 +313,7 @@ void m8Bit::changePalette(const mPalette &palette, bool firstPixelTransparent) {
     int t = -1;
     if (hasTransparency())
         t = (unsigned char)transparent;
-    else if (firstPixelTransparent)
+    else if (firstPixelTransparent && data)
         t = data[0];
     std::unique_ptr<unsigned short[]> table(createNewIndicies(palette, 256, t));
     if (t >= 0)

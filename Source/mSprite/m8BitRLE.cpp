@@ -387,7 +387,7 @@ bool m8BitRLE::isSolid(mPoint p) {
 }
 
 bool m8BitRLE::scanSolid(mPoint &p) {
-    const unsigned char *q = data, *end = data + header->dataSize;
+    const unsigned char *q = data, *end = streamEnd();
     long x = 0;
     mToken t;
     while (p.y > 0) {
@@ -434,7 +434,7 @@ bool m8BitRLE::scanSolid(mPoint &p) {
 
 int m8BitRLE::getUnusedIndex() const {
     std::vector<bool> used(256, false);
-    const unsigned char *p = data, *end = data + header->dataSize;
+    const unsigned char *p = data, *end = streamEnd();
     mToken t;
     for (mTokenKind kind; (kind = readToken(p, end, t)) != tokenImageEnd;) {
         if (kind == tokenRun)
@@ -448,7 +448,7 @@ int m8BitRLE::getUnusedIndex() const {
 
 mColor *m8BitRLE::getUsedColors(int &count, int threshold) {
     long tally[256] = {};
-    const unsigned char *p = data, *end = data + header->dataSize;
+    const unsigned char *p = data, *end = streamEnd();
     mToken t;
     for (mTokenKind kind; (kind = readToken(p, end, t)) != tokenImageEnd;) {
         if (kind == tokenRun)
@@ -463,7 +463,7 @@ mColor *m8BitRLE::getUsedColors(int &count, int threshold) {
 // ---- Rewriting the stream in place.
 
 void m8BitRLE::convertIndexVals(unsigned short *table) {
-    const unsigned char *p = data, *end = data + header->dataSize;
+    const unsigned char *p = data, *end = streamEnd();
     mToken t;
     for (mTokenKind kind; (kind = readToken(p, end, t)) != tokenImageEnd;) {
         if (kind == tokenRun)
@@ -483,7 +483,7 @@ void m8BitRLE::changePalette(const mPalette &palette, bool firstPixelTransparent
 // Each row is rebuilt in the same bytes: its leading skip becomes the skip over what the
 // row leaves uncovered on the right, and the other tokens follow in reverse order.
 void m8BitRLE::flip() {
-    const unsigned char *p = data, *end = data + header->dataSize;
+    const unsigned char *p = data, *end = streamEnd();
     // No row's tokens can outgrow the stream.
     std::vector<unsigned char> scratch(header->dataSize > 0 ? header->dataSize : 1);
     unsigned char *const scratchEnd = scratch.data() + scratch.size();

@@ -39,6 +39,33 @@ TEST(BitMapCounting, AnImageWithoutDataCannotBeUsed) {
     EXPECT_EQ(1, head(*prototype).refCount);
 }
 
+TEST(BitMapCounting, PrototypesWithoutDataAnswerEverythingSafely) {
+    const mColor black;
+    mPalette palette(&black, 1);
+    mColor white(255, 255, 255);
+    Owned<m8Bit> eight(new m8Bit());
+    Owned<m8BitRLE> rle(new m8BitRLE());
+    Owned<m15Bit> colour(new m15Bit());
+    Owned<m8Bit> target(new m8Bit(mSize(4, 4), &palette));
+    for (mBitMap *image : std::vector<mBitMap *>{eight.get(), rle.get(), colour.get()}) {
+        EXPECT_FALSE(image->isSolid(mPoint(0, 0)) && image->hasTransparency());
+        image->flip();
+        int count = 0;
+        delete[] image->getUsedColors(count, 0);
+        target->copy(image, mRect(0, 0, 4, 4), mPoint(0, 0));
+    }
+    eight->setTransparent();
+    eight->changePalette(palette, true);
+    eight->fill(mRect(0, 0, 4, 4), white);
+    eight->scroll(1, 1, white);
+    eight->copy(target.get(), mRect(0, 0, 4, 4), mPoint(0, 0));
+    rle->changePalette(palette, true);
+    EXPECT_EQ(245, rle->getUnusedIndex());
+    colour->setTransparent();
+    colour->fill(white);
+    colour->copy(target.get(), mRect(0, 0, 4, 4), mPoint(0, 0));
+}
+
 TEST(BitMapClip, WorkedExamples) {
     Owned<m8Bit> target(new m8Bit(mSize(100, 100), nullptr));
     mRect r(0, 0, 20, 20);
