@@ -17,6 +17,7 @@ namespace {
 // ---- The token stream: c v a run, 00 00 a row's end, 00 01 the image's end,
 // 00 02 dx dy a skip, 00 n and n bytes (padded to even) a literal.
 
+// The kinds that cover pixels come first: a row goes on while a token's kind is below tokenRowEnd.
 enum mTokenKind { tokenRun, tokenSkip, tokenLiteral, tokenRowEnd, tokenImageEnd };
 
 struct mToken {
@@ -63,16 +64,10 @@ inline mTokenKind readToken(const unsigned char *&p, const unsigned char *end, m
 // Passes the tokens up to the end of the present row; false if the image ends first.
 inline bool passRow(const unsigned char *&p, const unsigned char *end) {
     mToken t;
-    for (;;) {
-        switch (readToken(p, end, t)) {
-        case tokenRowEnd:
-            return true;
-        case tokenImageEnd:
-            return false;
-        default:
-            break;
-        }
+    mTokenKind kind;
+    while ((kind = readToken(p, end, t)) < tokenRowEnd) {
     }
+    return kind == tokenRowEnd;
 }
 
 // ---- Writing decoded pixels into a plain target.
@@ -142,15 +137,8 @@ template <bool Clipped, class Writer>
 inline bool drawRow(const unsigned char *&p, const unsigned char *end, typename Writer::Pixel *to, long left,
                     long room, const Writer &write) {
     mToken t;
-    for (;;) {
-        switch (readToken(p, end, t)) {
-        case tokenRowEnd:
-            return true;
-        case tokenImageEnd:
-            return false;
-        default:
-            break;
-        }
+    mTokenKind kind;
+    while ((kind = readToken(p, end, t)) < tokenRowEnd) {
         long n = t.length;
         const unsigned char *bytes = t.pixels;
         if (Clipped && left > 0) {
@@ -158,22 +146,23 @@ inline bool drawRow(const unsigned char *&p, const unsigned char *end, typename 
                 left -= n;
                 continue;
             }
-            if (t.kind == tokenLiteral)
+            if (kind == tokenLiteral)
                 bytes += left;
             n -= left;
             left = 0;
         }
         if (n > room)
             n = room;
-        if (t.kind == tokenRun)
+        if (kind == tokenRun)
             write.run(to, n, t.value);
-        else if (t.kind == tokenLiteral)
+        else if (kind == tokenLiteral)
             write.literal(to, bytes, n);
         to += n;
         room -= n;
         if (room == 0)
             return passRow(p, end);
     }
+    return kind == tokenRowEnd;
 }
 
 template <class Writer>

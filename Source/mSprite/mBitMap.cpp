@@ -253,6 +253,14 @@ void mBitMap::clip(const mSize &sourceSize, mRect &sourceRect, mPoint &position)
     position = mPoint(narrow(x), narrow(y));
 }
 
+bool mBitMap::isWithin(const mRect &area, const mSize &size) {
+    return area.left >= 0 && area.top >= 0 && !area.isEmpty() && area.right <= size.cx && area.bottom <= size.cy;
+}
+
+bool mBitMap::fitsAt(const mPoint &position, const mSize &part, const mSize &whole) {
+    return position.x >= 0 && position.y >= 0 && part.cx <= whole.cx - position.x && part.cy <= whole.cy - position.y;
+}
+
 bool mBitMap::clipCopy(const mBitMap *source, mRect &sourceRect, mPoint &position) const {
     clip(source->getSize(), sourceRect, position);
     return !sourceRect.isEmpty();

@@ -5,6 +5,7 @@
 #include "mUtil/mGeometry.h"
 #include "mWindow/mColor.h"
 
+#include <cstddef>
 #include <vector>
 
 class mInputFile;
@@ -117,6 +118,39 @@ protected:
     // Replaces the colour table by the colours of a palette, or none.
     void setColors(const mPalette *palette);
     void dropRGB15() const;
+    // Whether `area` is a rectangle, not empty, within (0, 0) and `size`.
+    static bool isWithin(const mRect &area, const mSize &size);
+    // Whether a part of size `part` placed at `position` lies within `whole`.
+    static bool fitsAt(const mPoint &position, const mSize &part, const mSize &whole);
+    // The standard image of `area`: a pixel equal to `marked` gives 0x8000, any other `word(pixel)`.
+    template <class Pixel, class Word> unsigned short *readStandard(const mRect &area, unsigned marked, Word word) const {
+        unsigned short *image = new unsigned short[(std::size_t)area.width() * area.height()];
+        unsigned short *out = image;
+        for (long y = area.top; y < area.bottom; ++y) {
+            const Pixel *line = reinterpret_cast<const Pixel *>(data + (header->height - y - 1) * header->lineBytes);
+            for (long x = area.left; x < area.right; ++x)
+                *out++ = line[x] == marked ? 0x8000 : word(line[x]);
+        }
+        return image;
+    }
+    // Writes `area` of a standard image at `position`: a transparent word leaves its pixel
+    // alone if `keepTarget`, else writes `clear`; any other word writes `pixel(word)`.
+    template <class Pixel, class Convert>
+    void writeStandard(const unsigned short *image, const mSize &imageSize, const mRect &area, const mPoint &position,
+                       bool keepTarget, Pixel clear, Convert pixel) {
+        for (long y = 0; y < area.height(); ++y) {
+            const unsigned short *from = image + (area.top + y) * imageSize.cx + area.left;
+            Pixel *to = reinterpret_cast<Pixel *>(data + (header->height - position.y - y - 1) * header->lineBytes) +
+                        position.x;
+            for (long x = 0; x < area.width(); ++x) {
+                const unsigned w = from[x];
+                if (!(w & 0x8000))
+                    to[x] = pixel(w);
+                else if (!keepTarget)
+                    to[x] = clear;
+            }
+        }
+    }
     // Clips a copy as clip() does, and tells whether anything is left to copy.
     bool clipCopy(const mBitMap *source, mRect &sourceRect, mPoint &position) const;
     // Moves the pixels of `area` by (dx, dy) and fills the strips left behind, unless

@@ -32,9 +32,7 @@ void expectSprite(mBitMap *image) {
 
 // The sprite as a bitmap file, as the tests write it.
 Bytes spriteFile() {
-    Payload p;
-    p.width = spriteWidth;
-    p.height = spriteHeight;
+    Payload p(spriteWidth, spriteHeight);
     p.colorsUsed = spriteColors;
     for (int i = 0; i < spriteColors; ++i)
         addEntry(p.table, mColor((int)spriteColor(i)));

@@ -284,61 +284,47 @@ TEST(BitMapCreate, BlankImagesByDepth) {
 }
 
 TEST(BitMapCreate, EachFormatTakesItsOwnPayload) {
-    Payload p;
-    p.width = 2;
-    p.height = 1;
+    Payload p(2, 1);
     p.colorsUsed = 1;
     addEntry(p.table, mColor(1, 2, 3));
     p.pixels = {0, 0, 0, 0};
     for (bool fileHeader : {false, true}) {
-        Bytes block = p.build(fileHeader);
-        Owned<mBitMap> image = own(mBitMap::create(block.data(), (long)block.size(), fileHeader));
+        Owned<mBitMap> image = createFrom(p, fileHeader);
         EXPECT_EQ(mBitMap::bitmap8, image->getBitmapType());
     }
     Payload rle = p;
     rle.compression = 1;
     rle.pixels = {2, 0, 0, 0, 0, 1};
-    Bytes block = rle.build(true);
-    EXPECT_EQ(mBitMap::bitmapRLE, own(mBitMap::create(block.data(), (long)block.size(), true))->getBitmapType());
-    Payload colour;
-    colour.width = 1;
-    colour.height = 1;
+    EXPECT_EQ(mBitMap::bitmapRLE, createFrom(rle, true)->getBitmapType());
+    Payload colour(1, 1);
     colour.bitsPerPixel = 16;
     colour.pixels = {0x34, 0x12, 0, 0};
-    block = colour.build(false);
-    EXPECT_EQ(mBitMap::bitmap15, own(mBitMap::create(block.data(), (long)block.size(), false))->getBitmapType());
+    EXPECT_EQ(mBitMap::bitmap15, createFrom(colour, false)->getBitmapType());
 }
 
 TEST(BitMapCreate, BlocksNoFormatTakesEndInTheLastResort) {
-    Payload p;
-    p.width = 1;
-    p.height = 1;
+    Payload p(1, 1);
     p.bitsPerPixel = 24;
     p.pixels = {1, 2, 3, 0};
-    Bytes block = p.build(true);
-    EXPECT_MERROR(mBitMap::create(block.data(), (long)block.size(), true), "No support for this bitmap format", 0,
+    EXPECT_MERROR(createFrom(p, true), "No support for this bitmap format", 0,
                   source);
     // Too short, a wrong tag, a wrong header size, 16 bits with other planes.
-    Payload eight;
-    eight.width = 1;
-    eight.height = 1;
+    Payload eight(1, 1);
     eight.planes = 40;
     eight.pixels = {7, 0, 0, 0};
-    block = eight.build(true);
+    Bytes block = eight.build(true);
     EXPECT_MERROR(mBitMap::create(block.data(), 53, true), "No support for this bitmap format", 0, source);
     EXPECT_MERROR(mBitMap::create(block.data(), 39, false), "No support for this bitmap format", 0, source);
     block[1] = 'N';
     EXPECT_MERROR(mBitMap::create(block.data(), (long)block.size(), true), "No support for this bitmap format", 0,
                   source);
     eight.headerSize = 12;
-    block = eight.build(false);
-    EXPECT_MERROR(mBitMap::create(block.data(), (long)block.size(), false), "No support for this bitmap format", 0,
+    EXPECT_MERROR(createFrom(eight, false), "No support for this bitmap format", 0,
                   source);
     Payload sixteen;
     sixteen.planes = 2;
     sixteen.bitsPerPixel = 16;
-    block = sixteen.build(false);
-    EXPECT_MERROR(mBitMap::create(block.data(), (long)block.size(), false), "No support for this bitmap format", 0,
+    EXPECT_MERROR(createFrom(sixteen, false), "No support for this bitmap format", 0,
                   source);
     EXPECT_MERROR(mBitMap::create((const void *)nullptr, 100L, false), "No support for this bitmap format", 0, source);
 }
@@ -359,26 +345,21 @@ public:
 TEST(BitMapCreate, ATitlesFormatIsTriedAfterTheLibrarysOwn) {
     TitleFormat *format = new TitleFormat();
     format->enroll();
-    Payload p;
-    p.width = 1;
-    p.height = 1;
+    Payload p(1, 1);
     p.bitsPerPixel = 24;
     p.pixels = {1, 2, 3, 0};
-    Bytes block = p.build(false);
-    Owned<mBitMap> image = own(mBitMap::create(block.data(), (long)block.size(), false));
+    Owned<mBitMap> image = createFrom(p, false);
     EXPECT_NE(nullptr, dynamic_cast<TitleFormat *>(image.get()));
     // An 8-bit payload still goes to the library's format, which comes first.
     p.bitsPerPixel = 8;
     p.planes = 40;
-    block = p.build(false);
-    Owned<mBitMap> plain = own(mBitMap::create(block.data(), (long)block.size(), false));
+    Owned<mBitMap> plain = createFrom(p, false);
     EXPECT_EQ(nullptr, dynamic_cast<TitleFormat *>(plain.get()));
     format->withdraw();
     format->withdraw();
     format->free();
     p.bitsPerPixel = 24;
-    block = p.build(false);
-    EXPECT_MERROR(mBitMap::create(block.data(), (long)block.size(), false), "No support for this bitmap format", 0,
+    EXPECT_MERROR(createFrom(p, false), "No support for this bitmap format", 0,
                   source);
 }
 
