@@ -22,15 +22,10 @@ protected:
     // A new file holding bytes; its absolute path.
     mString put(const Bytes &bytes) { return mString(dir.write("f" + std::to_string(serial++) + ".obj", bytes).c_str()); }
 
-    // The object at index, which must be there.
-    BlockPtr get(mObjFile &file, int index, mObjFile::mObjType &type, int &size) {
-        return BlockPtr(static_cast<unsigned char *>(file.getObject(index, type, size)));
-    }
-
     // The one object of a file made of one record.
     BlockPtr only(const Record &record, mObjFile::mObjType &type, int &size) {
         mObjFile file(put(objectFile({record}, false).bytes));
-        return get(file, 0, type, size);
+        return BlockPtr(static_cast<unsigned char *>(file.getObject(0, type, size)));
     }
 
     ScratchDir dir;

@@ -397,7 +397,7 @@ TEST_F(BodyTest, TinyStatedSizesStillGetTheirHeaders) {
 
 // ---- The record reader on its own
 
-TEST_F(BodyTest, RecordHeaderIsReadOnFirstNeed) {
+TEST_F(BodyTest, RecordReaderGivesItsHeaderAndItsEnd) {
     Record record = storedRecord(-2, pattern(20, 12));
     record.name = "seventeen-chars!!";
     ObjImage image = objectFile({record, storedRecord(3, pattern(8, 13))}, false);
