@@ -32,7 +32,7 @@ protected:
         if (frame)
             DestroyWindow(reinterpret_cast<HWND>(frame->getPeer()));
         frame = nullptr;
-        drainMessages();
+        vt::drainMessages();
     }
     void store(const std::vector<long> &values, const mString &suffix) {
         mApp::setProfileValue("main", values, suffix, true, module);
@@ -151,9 +151,8 @@ TEST_F(Bounds, AStoreThatCannotNameItsKeyIsNoFailure) {
 }
 
 TEST_F(Bounds, TheModuleKeyDefaultsToTheCurrentState) {
-    mModule title(reinterpret_cast<SYSTEM_INFO_STRUCT *>(GetModuleHandleA(nullptr)));
-    ScratchKey titleKey(title.getModuleName(true));
-    app.setMainWindow(nullptr, &title, 0);
+    ScratchKey titleKey(vt::testModule()->getModuleName(true));
+    app.setMainWindow(nullptr, vt::testModule(), 0);
     frame->loadBounds("main", inWork(20, 20, 220, 170), false, "");
     EXPECT_STREQ(frame->keyModule().c_str(), titleKey.module.c_str());
     closeFrame();
