@@ -18,15 +18,22 @@ public:
     const mString &keyModule() const { return configModule; }
 };
 
-class Bounds : public ::testing::Test {
+class Bounds : public vt::AppFixture {
 protected:
+    Bounds() : vt::AppFixture("BoundsTest") {}
+    void SetUp() override {
+        vt::AppFixture::SetUp();
+        frame = new BoundsFrame;
+    }
+    void TearDown() override {
+        closeFrame();
+        vt::AppFixture::TearDown();
+    }
+
     ScratchKey scratch{moduleKey};
     const mString module{moduleKey};
-    mApp app{"BoundsTest"};
-    BoundsFrame *frame = new BoundsFrame;
+    BoundsFrame *frame = nullptr;
     const mRect work = mApp::getScreenBounds();
-
-    ~Bounds() override { closeFrame(); }
 
     void closeFrame() {
         if (frame)
@@ -152,7 +159,7 @@ TEST_F(Bounds, AStoreThatCannotNameItsKeyIsNoFailure) {
 
 TEST_F(Bounds, TheModuleKeyDefaultsToTheCurrentState) {
     ScratchKey titleKey(vt::testModule()->getModuleName(true));
-    app.setMainWindow(nullptr, vt::testModule(), 0);
+    app->setMainWindow(nullptr, vt::testModule(), 0);
     frame->loadBounds("main", inWork(20, 20, 220, 170), false, "");
     EXPECT_STREQ(frame->keyModule().c_str(), titleKey.module.c_str());
     closeFrame();
