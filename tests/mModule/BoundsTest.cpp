@@ -18,21 +18,28 @@ public:
     const mString &keyModule() const { return configModule; }
 };
 
-class Bounds : public ::testing::Test {
+class Bounds : public vt::AppFixture {
 protected:
+    Bounds() : vt::AppFixture("BoundsTest") {}
+    void SetUp() override {
+        vt::AppFixture::SetUp();
+        frame = new BoundsFrame;
+    }
+    void TearDown() override {
+        closeFrame();
+        vt::AppFixture::TearDown();
+    }
+
     ScratchKey scratch{moduleKey};
     const mString module{moduleKey};
-    mApp app{"BoundsTest"};
-    BoundsFrame *frame = new BoundsFrame;
+    BoundsFrame *frame = nullptr;
     const mRect work = mApp::getScreenBounds();
-
-    ~Bounds() override { closeFrame(); }
 
     void closeFrame() {
         if (frame)
             DestroyWindow(reinterpret_cast<HWND>(frame->getPeer()));
         frame = nullptr;
-        drainMessages();
+        vt::drainMessages();
     }
     void store(const std::vector<long> &values, const mString &suffix) {
         mApp::setProfileValue("main", values, suffix, true, module);
@@ -151,9 +158,8 @@ TEST_F(Bounds, AStoreThatCannotNameItsKeyIsNoFailure) {
 }
 
 TEST_F(Bounds, TheModuleKeyDefaultsToTheCurrentState) {
-    mModule title(reinterpret_cast<SYSTEM_INFO_STRUCT *>(GetModuleHandleA(nullptr)));
-    ScratchKey titleKey(title.getModuleName(true));
-    app.setMainWindow(nullptr, &title, 0);
+    ScratchKey titleKey(vt::testModule()->getModuleName(true));
+    app->setMainWindow(nullptr, vt::testModule(), 0);
     frame->loadBounds("main", inWork(20, 20, 220, 170), false, "");
     EXPECT_STREQ(frame->keyModule().c_str(), titleKey.module.c_str());
     closeFrame();

@@ -3,7 +3,6 @@
 #include "modules/pattern.h"
 #include "resources.h"
 #include "mUtil/mModule.h"
-#include "mWindow/mFrame.h"
 
 #include <cstring>
 #include <memory>
@@ -12,10 +11,8 @@
 namespace {
 const char pluginFile[] = "VelnorTestPlugin.dll";
 
-mModule *title() {
-    static mModule module(reinterpret_cast<SYSTEM_INFO_STRUCT *>(GetModuleHandleA(nullptr)));
-    return &module;
-}
+// The test program stands for the title's own module.
+mModule *title() { return vt::testModule(); }
 
 // A compressed block: the header's two sizes in front of a stream.
 std::vector<unsigned char> block(long decoded, long stored, const std::vector<unsigned char> &stream) {
@@ -216,10 +213,9 @@ TEST(ModuleCompressed, ATruncatedStreamPassesTheDecoderFailureOn) {
 }
 
 // The accelerator table of the title's module turns a key into a command of the main frame.
-class AcceleratedFrame : public mMainFrame {
+class AcceleratedFrame : public vt::TestFrame {
 public:
-    AcceleratedFrame(mApp *app, mModule *module)
-        : mMainFrame(app, module, mRect(10, 10, 200, 150), mFrame::TITLE_BAR | mFrame::CLOSE_ENABLED, "Keys", 0) {}
+    explicit AcceleratedFrame(mApp *app) : vt::TestFrame(app) {}
     bool onCommand(int id, int code) override {
         commands.push_back(id);
         return true;
@@ -229,7 +225,7 @@ public:
 
 TEST(ModuleAccelerators, AKeyOfTheTableBecomesACommand) {
     mApp app("ModuleAccel");
-    auto *frame = new AcceleratedFrame(&app, title());
+    auto *frame = new AcceleratedFrame(&app);
     app.registerAccelerators(RES_ACCELERATORS);
     HWND peer = reinterpret_cast<HWND>(frame->getPeer());
     PostMessageA(peer, WM_KEYDOWN, VK_F5, 1);
@@ -237,7 +233,7 @@ TEST(ModuleAccelerators, AKeyOfTheTableBecomesACommand) {
     app.handleMessages();
     std::vector<int> commands = frame->commands;
     DestroyWindow(peer);
-    drainMessages();
+    vt::drainMessages();
     ASSERT_EQ(commands.size(), 1u);
     EXPECT_EQ(commands[0], CMD_ACCELERATED);
 }

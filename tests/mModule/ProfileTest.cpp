@@ -173,9 +173,8 @@ TEST(ProfileDefaultModule, NeedsAnApplicationWithAModule) {
     e = errorOf([&] { mApp::setProfileValue("name", 1L, true, ""); });
     EXPECT_STREQ(e.message.c_str(), "Tried to use default module key when no module");
 
-    mModule title(reinterpret_cast<SYSTEM_INFO_STRUCT *>(GetModuleHandleA(nullptr)));
-    ScratchKey scratch(title.getModuleName(true));
-    app.setMainWindow(nullptr, &title, 0);
+    ScratchKey scratch(vt::testModule()->getModuleName(true));
+    app.setMainWindow(nullptr, vt::testModule(), 0);
     mApp::setProfileValue("name", mString("by default"), true, "");
     EXPECT_TRUE(mApp::getProfileValue("name", text, true, scratch.module));
     EXPECT_STREQ(text.c_str(), "by default");

@@ -1,6 +1,6 @@
 // Helpers shared by the module, profile and bounds tests.
 #pragma once
-#include "mUtil/mApp.h"
+#include "VelnorTest.h"
 
 #include <gtest/gtest.h>
 #include <ostream>
@@ -52,10 +52,3 @@ private:
         }
     }
 };
-
-// Lets the platform deliver what is queued for this thread.
-inline void drainMessages() {
-    MSG msg;
-    while (PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE))
-        DispatchMessageA(&msg);
-}
