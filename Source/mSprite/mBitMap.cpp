@@ -455,11 +455,12 @@ void mBitMap::copyCMap(const mBitMap &source) {
 }
 
 unsigned short *mBitMap::createNewIndicies(const mPalette &palette, int count, int transparentIndex) {
-    unsigned short *table = new unsigned short[count > 0 ? count : 1];
+    // The platform's matching can throw; the table is not lost then.
+    std::unique_ptr<unsigned short[]> table(new unsigned short[count > 0 ? count : 1]);
     for (int i = 0; i < count; ++i)
         table[i] = (unsigned short)(i < header->colorCount ? palette.getIndex(header->colors[i]) : i);
     if (transparentIndex < 0 || transparentIndex >= count)
-        return table;
+        return table.release();
     std::vector<bool> taken(count, false);
     for (int i = 0; i < count; ++i) {
         if (i != transparentIndex && table[i] < count)
@@ -472,7 +473,7 @@ unsigned short *mBitMap::createNewIndicies(const mPalette &palette, int count, i
         if (index >= 0)
             table[transparentIndex] = (unsigned short)index;
     }
-    return table;
+    return table.release();
 }
 
 // ---- Helpers of the formats.

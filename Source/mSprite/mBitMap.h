@@ -43,9 +43,12 @@ public:
     static mBitMap *create(mInputFile &file, long length, bool compressed);
     static mBitMap *create(int bits, const mSize &size, const mPalette *palette);
 
+    // The library's own formats, made and dropped when the library is loaded and unloaded;
+    // a title's formats registered later are tried after them.
     static void registerAll();
     static void unregisterAll();
 
+    // One more use; free() drops one, and the last one destroys the image.
     mBitMap *use() const;
     void free();
 
@@ -53,11 +56,16 @@ public:
     const void *getData() const { return data; }
     mSize getSize() const { return mSize(header->width, header->height); }
     int getColors() const { return header->colorCount; }
+    // A new copy of the colour table, the caller's to delete[]; null when there is none.
     mColor *getColors(int &count) const;
     mColor getColor(int index) const;
     void setColor(const mColor &color, int index);
+    // A new palette of the colour table, the caller's; null without one.
     mPalette *getPalette() const;
+    // The colour table in 15-bit form, kept by the image; null without a table.
     unsigned short *getRGB15convert() const;
+    // Cuts a copy of `sourceRect` at `position` down to what lies in the source of
+    // `sourceSize` and in this image; the result may be empty or inverted.
     void clip(const mSize &sourceSize, mRect &sourceRect, mPoint &position) const;
 
 protected:
@@ -73,6 +81,8 @@ public:
     virtual bool isSolid(mPoint p);
     virtual void copy(const mBitMap *source, mRect area, mRect clip, mPoint position, mFPoint origin,
                       const mTransform &t);
+    // Copies a part of another image to `position`, top-down coordinates; transparent source
+    // pixels leave the target as it was.
     virtual void copy(const mBitMap *source, mRect sourceRect, mPoint position);
     virtual void tile(mBitMap *source, bool centered);
     virtual int copyPalette(const mPalette &palette, int targetIndex, int sourceIndex, int count);

@@ -13,14 +13,6 @@ Owned<mBitMap> load(const Payload &p) { return createFrom(p, false); }
 
 m8Bit &as8(mBitMap &image) { return dynamic_cast<m8Bit &>(image); }
 
-TEST(EightBitLoad, RowSizesFollowTheWidth) {
-    for (long width : {3L, 4L, 5L, 1L, 8L}) {
-        Owned<m8Bit> image(new m8Bit(mSize(width, 2), nullptr));
-        EXPECT_EQ((width + 3) & ~3L, head(*image).lineBytes);
-        EXPECT_EQ(head(*image).lineBytes * 2, head(*image).dataSize);
-    }
-}
-
 TEST(EightBitLoad, FourByteTableStoresPixelsBottomRowFirst) {
     Payload p(3, 2);
     p.colorsUsed = 2;

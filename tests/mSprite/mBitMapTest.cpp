@@ -182,18 +182,6 @@ TEST(BitMapColors, EntriesAreCheckedAndTheCacheFollowsChanges) {
     EXPECT_EQ(4, back->getColorCount());
 }
 
-TEST(BitMapColors, ImagesWithoutATableHaveNoPaletteAndNoCache) {
-    Owned<m8Bit> bare(new m8Bit(mSize(2, 2), nullptr));
-    Owned<m15Bit> colour(new m15Bit(mSize(2, 2)));
-    int count = 7;
-    EXPECT_EQ(nullptr, bare->getColors(count));
-    EXPECT_EQ(0, count);
-    EXPECT_EQ(nullptr, bare->getPalette());
-    EXPECT_EQ(nullptr, bare->getRGB15convert());
-    EXPECT_EQ(nullptr, colour->getPalette());
-    EXPECT_EQ(nullptr, colour->getRGB15convert());
-}
-
 TEST(BitMapColors, CopyPaletteFromAPaletteCountsBothIndicesAgainstTheLimit) {
     const std::vector<mColor> colors = rampColors(256);
     mPalette palette(colors.data(), 256);
@@ -233,32 +221,6 @@ TEST(BitMapColors, CopyPaletteFromAnImage) {
     EXPECT_EQ(colors[7].getRGB(), to->getColor(7).getRGB());
     EXPECT_MERROR(to->copyPalette(colour.get()), "Source does not use palette", 0, source);
     EXPECT_MERROR(colour->copyPalette(from.get()), "Target does not use palette", 0, source);
-}
-
-TEST(BitMapFormats, OperationsAFormatLacksThrowTheFrameworksMessage) {
-    Owned<m8Bit> plain = make8(4, 4, nullptr, [](long x, long) { return x; });
-    Owned<m8BitRLE> rle(new m8BitRLE(*plain));
-    Owned<m15Bit> colour(new m15Bit(mSize(4, 4)));
-    mColor black;
-    const mPalette palette(&black, 1);
-    EXPECT_MERROR(rle->copy(plain.get(), mRect(0, 0, 4, 4), mPoint(0, 0)), "Copy not supported on this bitmap", 0,
-                  source);
-    EXPECT_MERROR(rle->fill(mRect(0, 0, 1, 1), black), "Fill of bitmap not supported for this format", 0, source);
-    EXPECT_MERROR(rle->scroll(1, 0, black), "Scrolling of bitmap not supported for this format", 0, source);
-    EXPECT_MERROR(rle->getStdImage(mRect(0, 0, 1, 1), false), "Get of standard image not supported for this format",
-                  0, source);
-    unsigned short word = 0;
-    EXPECT_MERROR(rle->writeStdImage(&word, mSize(1, 1), mRect(0, 0, 1, 1), mPoint(0, 0), false),
-                  "Write of standard image not supported for this format", 0, source);
-    EXPECT_MERROR(colour->changePalette(palette, false), "Conversion of palette not supported for this format", 0,
-                  source);
-    EXPECT_EQ(nullptr, rle->createBlank(8, mSize(1, 1), nullptr));
-    // The neutral answers.
-    rle->setMapping(&palette, black);
-    int count = 5;
-    EXPECT_EQ(nullptr, colour->getUsedColors(count, 0));
-    EXPECT_EQ(0, count);
-    EXPECT_EQ(-1, colour->getUnusedIndex());
 }
 
 TEST(BitMapCreate, BlankImagesByDepth) {
