@@ -223,6 +223,7 @@ public:
 private:
     void insert(unsigned r);
     void remove(unsigned p);
+    void takePlace(unsigned p, unsigned q);
     void putToken(unsigned r);
     void flushGroup();
 
@@ -281,15 +282,20 @@ void LzssEncoder::insert(unsigned r) {
                 break;
         }
     }
-    dad[r] = dad[p];
     lson[r] = lson[p];
     rson[r] = rson[p];
     dad[lson[p]] = (unsigned short)r;
     dad[rson[p]] = (unsigned short)r;
+    takePlace(p, r);
+}
+
+// q takes p's place below p's parent, and p leaves the tree.
+void LzssEncoder::takePlace(unsigned p, unsigned q) {
+    dad[q] = dad[p];
     if (rson[dad[p]] == p)
-        rson[dad[p]] = (unsigned short)r;
+        rson[dad[p]] = (unsigned short)q;
     else
-        lson[dad[p]] = (unsigned short)r;
+        lson[dad[p]] = (unsigned short)q;
     dad[p] = NIL;
 }
 
@@ -317,12 +323,7 @@ void LzssEncoder::remove(unsigned p) {
         rson[q] = rson[p];
         dad[rson[p]] = (unsigned short)q;
     }
-    dad[q] = dad[p];
-    if (rson[dad[p]] == p)
-        rson[dad[p]] = (unsigned short)q;
-    else
-        lson[dad[p]] = (unsigned short)q;
-    dad[p] = NIL;
+    takePlace(p, q);
 }
 
 // Adds the token at r to the group: a literal for a match below the shortest
