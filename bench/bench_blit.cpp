@@ -58,7 +58,7 @@ Timing compare(const std::function<void()> &subject, const std::function<void()>
 }
 
 void report(const char *name, double pixels, const Timing &t, const char *against) {
-    std::printf("%-40s %9.1f Mpx/s   %5.2f x %s\n", name, pixels / t.subject / 1e6, t.baseline / t.subject, against);
+    std::printf("%-40s %9.1f Mpx/s   %7.3g x %s\n", name, pixels / t.subject / 1e6, t.baseline / t.subject, against);
 }
 
 // Pixel values by position: a textured half of single pixels, and a half of flat bands.
