@@ -55,12 +55,15 @@ CONF
 }
 
 velnor_prepare_prefix() {
-    [ -f "$WINEPREFIX/system.reg" ] && return 0
+    local marker="$WINEPREFIX/.velnor-prefix-4"
+    [ -f "$marker" ] && return 0
     mkdir -p "$WINEPREFIX"
     wineboot -i >/dev/null 2>&1
-    # Wave output goes through ALSA, and the desktop does not grab the screen.
+    # Wave output goes through ALSA.
     wine reg add 'HKCU\Software\Wine\Drivers' /v Audio /d alsa /f >/dev/null 2>&1
-    wineserver -w
+    # A crashing program ends at once instead of waiting in a debugger.
+    wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /d 'no-debugger' /f >/dev/null 2>&1
+    touch "$marker"
 }
 
 # Begins a session unless one is already running in this environment.

@@ -131,19 +131,7 @@ void m15Bit::copy(const mBitMap *source, mRect sourceRect, mPoint position) {
         if (!holdsRows(*source, 2))
             return;
         const m15Bit *colours = dynamic_cast<const m15Bit *>(source);
-        // 0xFFFF stands for no transparency, and a pixel never has its top bit set.
-        const unsigned short t = colours ? colours->transparent : 0xFFFF;
-        const long sourceLine = s.lineBytes / 2, targetLine = header->lineBytes / 2;
-        const long cols = sourceRect.width(), rows = sourceRect.height();
-        const unsigned short *from = static_cast<const unsigned short *>(source->getData()) +
-                                     (s.height - sourceRect.bottom) * sourceLine + sourceRect.left;
-        unsigned short *to = row(position.y + rows - 1) + position.x;
-        for (long y = 0; y < rows; ++y, from += sourceLine, to += targetLine) {
-            for (long x = 0; x < cols; ++x) {
-                const unsigned short v = from[x];
-                to[x] = v == t ? to[x] : v;
-            }
-        }
+        copyRows(*source, sourceRect, position, colours ? colours->transparent : 0xFFFF);
         return;
     }
     if (!mappingPalette && !source->getRGB15convert())
@@ -151,6 +139,32 @@ void m15Bit::copy(const mBitMap *source, mRect sourceRect, mPoint position) {
     if (s.bits != 8)
         VELNOR_THROW("Unsupported copy into 15 bit image", 0);
     copy8(source, sourceRect, position);
+}
+
+// 0xFFFF stands for no transparency: a pixel never has its top bit set, and rows can then
+// move as blocks.
+void m15Bit::copyRows(const mBitMap &source, const mRect &r, mPoint position, unsigned short t) {
+    const mBHeader &s = *source.getHeader();
+    const long sourceLine = s.lineBytes / 2, targetLine = header->lineBytes / 2;
+    const long cols = r.width(), rows = r.height();
+    const unsigned short *from =
+        static_cast<const unsigned short *>(source.getData()) + (s.height - r.bottom) * sourceLine + r.left;
+    unsigned short *to = row(position.y + rows - 1) + position.x;
+    if (t == 0xFFFF) {
+        if (cols == sourceLine && cols == targetLine) {
+            std::memcpy(to, from, (size_t)cols * rows * 2);
+            return;
+        }
+        for (long y = 0; y < rows; ++y, from += sourceLine, to += targetLine)
+            std::memcpy(to, from, (size_t)cols * 2);
+        return;
+    }
+    for (long y = 0; y < rows; ++y, from += sourceLine, to += targetLine) {
+        for (long x = 0; x < cols; ++x) {
+            const unsigned short v = from[x];
+            to[x] = v == t ? to[x] : v;
+        }
+    }
 }
 
 void m15Bit::copy8(const mBitMap *source, const mRect &r, mPoint position) {
@@ -218,26 +232,17 @@ void m15Bit::scroll(const mRect &area, int dx, int dy, mColor &fillColor) { scro
 // ---- The standard image.
 
 unsigned short *m15Bit::getStdImage(const mRect &area, bool opaque) const {
-    if (area.left < 0 || area.top < 0 || area.isEmpty() || area.right > header->width || area.bottom > header->height)
+    if (!isWithin(area, getSize()))
         VELNOR_THROW("Requested standard image not contained in source", 0);
     const unsigned t = hasTransparency() ? transparent : pixels()[0];
-    const unsigned marked = opaque ? 0x10000 : t;
-    unsigned short *image = new unsigned short[(size_t)area.width() * area.height()];
-    unsigned short *out = image;
-    for (long y = area.top; y < area.bottom; ++y) {
-        const unsigned short *line = row(y);
-        for (long x = area.left; x < area.right; ++x)
-            *out++ = line[x] == marked ? 0x8000 : line[x] & 0x7FFF;
-    }
-    return image;
+    return readStandard<unsigned short>(area, opaque ? 0x10000 : t, [](unsigned short v) { return v & 0x7FFF; });
 }
 
 void m15Bit::writeStdImage(const unsigned short *image, const mSize &imageSize, const mRect &area,
                            const mPoint &position, bool keepTarget) {
-    if (area.left < 0 || area.top < 0 || area.isEmpty() || area.right > imageSize.cx || area.bottom > imageSize.cy)
+    if (!isWithin(area, imageSize))
         VELNOR_THROW("Write of standard image not contained in source", 0);
-    if (position.x < 0 || position.y < 0 || (long long)position.x + area.width() > header->width ||
-        (long long)position.y + area.height() > header->height)
+    if (!fitsAt(position, mSize(area.width(), area.height()), getSize()))
         VELNOR_THROW("Standard image does not fit in target", 0);
     if (!image)
         return;
@@ -250,17 +255,7 @@ void m15Bit::writeStdImage(const unsigned short *image, const mSize &imageSize, 
         clear = hasTransparency() ? transparent : pixels()[0];
     if (clear & 0x8000)
         clear = getTransparent().getRGB15();
-    for (long y = 0; y < area.height(); ++y) {
-        const unsigned short *from = image + (area.top + y) * imageSize.cx + area.left;
-        unsigned short *to = row(position.y + y) + position.x;
-        for (long x = 0; x < area.width(); ++x) {
-            const unsigned short w = from[x];
-            if (!(w & 0x8000))
-                to[x] = w;
-            else if (!keepTarget)
-                to[x] = clear;
-        }
-    }
+    writeStandard(image, imageSize, area, position, keepTarget, clear, [](unsigned w) { return (unsigned short)w; });
 }
 
 // ---- Transformed copies and hit tests.

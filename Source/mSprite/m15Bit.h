@@ -45,6 +45,7 @@ private:
     m15Bit(const unsigned char *info, long length);
     void init();
     void copy8(const mBitMap *source, const mRect &sourceRect, mPoint position);
+    void copyRows(const mBitMap &source, const mRect &sourceRect, mPoint position, unsigned short transparent);
     unsigned short *pixels() const { return reinterpret_cast<unsigned short *>(data); }
     unsigned short *row(long y) const { return pixels() + (header->height - y - 1) * (header->lineBytes / 2); }
 

@@ -314,7 +314,7 @@ void m8Bit::changePalette(const mPalette &palette, bool firstPixelTransparent) {
     int t = -1;
     if (hasTransparency())
         t = (unsigned char)transparent;
-    else if (firstPixelTransparent)
+    else if (firstPixelTransparent && data)
         t = data[0];
     std::unique_ptr<unsigned short[]> table(createNewIndicies(palette, 256, t));
     if (t >= 0)
@@ -403,46 +403,28 @@ int m8Bit::getClosestIndex(unsigned short key) {
 unsigned short *m8Bit::getStdImage(const mRect &area, bool opaque) const {
     if (!mapping)
         VELNOR_THROW("m8Bit::setMapping() not called before getStdImage", 0);
-    if (area.left < 0 || area.top < 0 || area.isEmpty() || area.right > header->width || area.bottom > header->height)
+    if (!isWithin(area, getSize()))
         VELNOR_THROW("Requested standard image not contained in source", 0);
     unsigned short words[256] = {};
     for (int i = 0; i < header->colorCount && i < 256; ++i)
         words[i] = header->colors[i].getRGB15();
     const unsigned t = hasTransparency() ? (unsigned char)transparent : data[0];
-    const unsigned marked = opaque ? 0x100 : t;
-    unsigned short *image = new unsigned short[(size_t)area.width() * area.height()];
-    unsigned short *out = image;
-    for (long y = area.top; y < area.bottom; ++y) {
-        const unsigned char *line = row(y);
-        for (long x = area.left; x < area.right; ++x)
-            *out++ = line[x] == marked ? 0x8000 : words[line[x]];
-    }
-    return image;
+    return readStandard<unsigned char>(area, opaque ? 0x100 : t, [&](unsigned char v) { return words[v]; });
 }
 
 void m8Bit::writeStdImage(const unsigned short *image, const mSize &imageSize, const mRect &area,
                           const mPoint &position, bool keepTarget) {
     if (!mapping)
         VELNOR_THROW("m8Bit::setMapping() not called before writeStdImage", 0);
-    if (area.left < 0 || area.top < 0 || area.isEmpty() || area.right > imageSize.cx || area.bottom > imageSize.cy)
+    if (!isWithin(area, imageSize))
         VELNOR_THROW("Write of standard image not contained in source", 0);
-    if (position.x < 0 || position.y < 0 || (long long)position.x + area.width() > header->width ||
-        (long long)position.y + area.height() > header->height)
+    if (!fitsAt(position, mSize(area.width(), area.height()), getSize()))
         VELNOR_THROW("Standard image does not fit in target", 0);
     if (!image)
         return;
     const unsigned char clear = (unsigned char)(hasTransparency() ? transparent : conversionIndex);
-    for (long y = 0; y < area.height(); ++y) {
-        const unsigned short *from = image + (area.top + y) * imageSize.cx + area.left;
-        unsigned char *to = row(position.y + y) + position.x;
-        for (long x = 0; x < area.width(); ++x) {
-            const unsigned w = from[x];
-            if (!(w & 0x8000))
-                to[x] = mapping[keyOf15(w)];
-            else if (!keepTarget)
-                to[x] = clear;
-        }
-    }
+    const unsigned char *map = mapping;
+    writeStandard(image, imageSize, area, position, keepTarget, clear, [map](unsigned w) { return map[keyOf15(w)]; });
 }
 
 // ---- Transformed copies and hit tests.

@@ -17,6 +17,7 @@ namespace {
 // ---- The token stream: c v a run, 00 00 a row's end, 00 01 the image's end,
 // 00 02 dx dy a skip, 00 n and n bytes (padded to even) a literal.
 
+// The kinds that cover pixels come first: a row goes on while a token's kind is below tokenRowEnd.
 enum mTokenKind { tokenRun, tokenSkip, tokenLiteral, tokenRowEnd, tokenImageEnd };
 
 struct mToken {
@@ -63,34 +64,51 @@ inline mTokenKind readToken(const unsigned char *&p, const unsigned char *end, m
 // Passes the tokens up to the end of the present row; false if the image ends first.
 inline bool passRow(const unsigned char *&p, const unsigned char *end) {
     mToken t;
-    for (;;) {
-        switch (readToken(p, end, t)) {
-        case tokenRowEnd:
-            return true;
-        case tokenImageEnd:
-            return false;
-        default:
-            break;
-        }
+    mTokenKind kind;
+    while ((kind = readToken(p, end, t)) < tokenRowEnd) {
     }
+    return kind == tokenRowEnd;
 }
 
 // ---- Writing decoded pixels into a plain target.
 
+// Moves of any length in eight-byte units, the last unit overlapping the one before, so
+// that a few stores and no byte loop serve every length; nothing outside [0, n) is touched.
 struct mWrite8 {
     typedef unsigned char Pixel;
     void run(Pixel *to, long n, unsigned v) const {
-        const uint32_t quad = v * 0x01010101u;
-        for (; n >= 4; n -= 4, to += 4)
-            std::memcpy(to, &quad, 4);
-        for (; n > 0; --n)
-            *to++ = (Pixel)v;
+        const uint64_t eight = v * 0x0101010101010101ULL;
+        if (n >= 8) {
+            for (long i = 0; i + 8 < n; i += 8)
+                std::memcpy(to + i, &eight, 8);
+            std::memcpy(to + n - 8, &eight, 8);
+        } else if (n >= 4) {
+            std::memcpy(to, &eight, 4);
+            std::memcpy(to + n - 4, &eight, 4);
+        } else if (n > 0) {
+            to[0] = to[n / 2] = to[n - 1] = (Pixel)v;
+        }
     }
     void literal(Pixel *to, const unsigned char *from, long n) const {
-        for (; n >= 4; n -= 4, to += 4, from += 4)
-            std::memcpy(to, from, 4);
-        for (; n > 0; --n)
-            *to++ = *from++;
+        if (n >= 8) {
+            uint64_t eight;
+            for (long i = 0; i + 8 < n; i += 8) {
+                std::memcpy(&eight, from + i, 8);
+                std::memcpy(to + i, &eight, 8);
+            }
+            std::memcpy(&eight, from + n - 8, 8);
+            std::memcpy(to + n - 8, &eight, 8);
+        } else if (n >= 4) {
+            uint32_t head, tail;
+            std::memcpy(&head, from, 4);
+            std::memcpy(&tail, from + n - 4, 4);
+            std::memcpy(to, &head, 4);
+            std::memcpy(to + n - 4, &tail, 4);
+        } else if (n > 0) {
+            to[0] = from[0];
+            to[n / 2] = from[n / 2];
+            to[n - 1] = from[n - 1];
+        }
     }
 };
 
@@ -98,9 +116,14 @@ struct mWrite15 {
     typedef unsigned short Pixel;
     const unsigned short *table;
     void run(Pixel *to, long n, unsigned v) const {
-        const Pixel word = table[v];
-        for (long i = 0; i < n; ++i)
-            to[i] = word;
+        const uint64_t four = table[v] * 0x0001000100010001ULL;
+        if (n >= 4) {
+            for (long i = 0; i + 4 < n; i += 4)
+                std::memcpy(to + i, &four, 8);
+            std::memcpy(to + n - 4, &four, 8);
+        } else if (n > 0) {
+            to[0] = to[n / 2] = to[n - 1] = (Pixel)four;
+        }
     }
     void literal(Pixel *to, const unsigned char *from, long n) const {
         for (long i = 0; i < n; ++i)
@@ -114,15 +137,8 @@ template <bool Clipped, class Writer>
 inline bool drawRow(const unsigned char *&p, const unsigned char *end, typename Writer::Pixel *to, long left,
                     long room, const Writer &write) {
     mToken t;
-    for (;;) {
-        switch (readToken(p, end, t)) {
-        case tokenRowEnd:
-            return true;
-        case tokenImageEnd:
-            return false;
-        default:
-            break;
-        }
+    mTokenKind kind;
+    while ((kind = readToken(p, end, t)) < tokenRowEnd) {
         long n = t.length;
         const unsigned char *bytes = t.pixels;
         if (Clipped && left > 0) {
@@ -130,22 +146,23 @@ inline bool drawRow(const unsigned char *&p, const unsigned char *end, typename 
                 left -= n;
                 continue;
             }
-            if (t.kind == tokenLiteral)
+            if (kind == tokenLiteral)
                 bytes += left;
             n -= left;
             left = 0;
         }
         if (n > room)
             n = room;
-        if (t.kind == tokenRun)
+        if (kind == tokenRun)
             write.run(to, n, t.value);
-        else if (t.kind == tokenLiteral)
+        else if (kind == tokenLiteral)
             write.literal(to, bytes, n);
         to += n;
         room -= n;
         if (room == 0)
             return passRow(p, end);
     }
+    return kind == tokenRowEnd;
 }
 
 template <class Writer>
@@ -359,7 +376,7 @@ bool m8BitRLE::isSolid(mPoint p) {
 }
 
 bool m8BitRLE::scanSolid(mPoint &p) {
-    const unsigned char *q = data, *end = data + header->dataSize;
+    const unsigned char *q = data, *end = streamEnd();
     long x = 0;
     mToken t;
     while (p.y > 0) {
@@ -406,7 +423,7 @@ bool m8BitRLE::scanSolid(mPoint &p) {
 
 int m8BitRLE::getUnusedIndex() const {
     std::vector<bool> used(256, false);
-    const unsigned char *p = data, *end = data + header->dataSize;
+    const unsigned char *p = data, *end = streamEnd();
     mToken t;
     for (mTokenKind kind; (kind = readToken(p, end, t)) != tokenImageEnd;) {
         if (kind == tokenRun)
@@ -420,7 +437,7 @@ int m8BitRLE::getUnusedIndex() const {
 
 mColor *m8BitRLE::getUsedColors(int &count, int threshold) {
     long tally[256] = {};
-    const unsigned char *p = data, *end = data + header->dataSize;
+    const unsigned char *p = data, *end = streamEnd();
     mToken t;
     for (mTokenKind kind; (kind = readToken(p, end, t)) != tokenImageEnd;) {
         if (kind == tokenRun)
@@ -435,7 +452,7 @@ mColor *m8BitRLE::getUsedColors(int &count, int threshold) {
 // ---- Rewriting the stream in place.
 
 void m8BitRLE::convertIndexVals(unsigned short *table) {
-    const unsigned char *p = data, *end = data + header->dataSize;
+    const unsigned char *p = data, *end = streamEnd();
     mToken t;
     for (mTokenKind kind; (kind = readToken(p, end, t)) != tokenImageEnd;) {
         if (kind == tokenRun)
@@ -455,7 +472,7 @@ void m8BitRLE::changePalette(const mPalette &palette, bool firstPixelTransparent
 // Each row is rebuilt in the same bytes: its leading skip becomes the skip over what the
 // row leaves uncovered on the right, and the other tokens follow in reverse order.
 void m8BitRLE::flip() {
-    const unsigned char *p = data, *end = data + header->dataSize;
+    const unsigned char *p = data, *end = streamEnd();
     // No row's tokens can outgrow the stream.
     std::vector<unsigned char> scratch(header->dataSize > 0 ? header->dataSize : 1);
     unsigned char *const scratchEnd = scratch.data() + scratch.size();

@@ -34,6 +34,8 @@ private:
     int rowToRLE(unsigned char *&out, const unsigned char *row, unsigned char transparent);
     void convertIndexVals(unsigned short *table);
     bool scanSolid(mPoint &p);
+    // The end of the token stream; the start itself when there is none.
+    const unsigned char *streamEnd() const { return data && header->dataSize > 0 ? data + header->dataSize : data; }
 
     // Draws the part `area` (clipped to the source) of a run-length source into a plain
     // target: `bottomLeft` is the target pixel of the area's bottom-left corner, and one

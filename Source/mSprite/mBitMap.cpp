@@ -253,6 +253,14 @@ void mBitMap::clip(const mSize &sourceSize, mRect &sourceRect, mPoint &position)
     position = mPoint(narrow(x), narrow(y));
 }
 
+bool mBitMap::isWithin(const mRect &area, const mSize &size) {
+    return area.left >= 0 && area.top >= 0 && !area.isEmpty() && area.right <= size.cx && area.bottom <= size.cy;
+}
+
+bool mBitMap::fitsAt(const mPoint &position, const mSize &part, const mSize &whole) {
+    return position.x >= 0 && position.y >= 0 && part.cx <= whole.cx - position.x && part.cy <= whole.cy - position.y;
+}
+
 bool mBitMap::clipCopy(const mBitMap *source, mRect &sourceRect, mPoint &position) const {
     clip(source->getSize(), sourceRect, position);
     return !sourceRect.isEmpty();
@@ -447,11 +455,12 @@ void mBitMap::copyCMap(const mBitMap &source) {
 }
 
 unsigned short *mBitMap::createNewIndicies(const mPalette &palette, int count, int transparentIndex) {
-    unsigned short *table = new unsigned short[count > 0 ? count : 1];
+    // The platform's matching can throw; the table is not lost then.
+    std::unique_ptr<unsigned short[]> table(new unsigned short[count > 0 ? count : 1]);
     for (int i = 0; i < count; ++i)
         table[i] = (unsigned short)(i < header->colorCount ? palette.getIndex(header->colors[i]) : i);
     if (transparentIndex < 0 || transparentIndex >= count)
-        return table;
+        return table.release();
     std::vector<bool> taken(count, false);
     for (int i = 0; i < count; ++i) {
         if (i != transparentIndex && table[i] < count)
@@ -464,7 +473,7 @@ unsigned short *mBitMap::createNewIndicies(const mPalette &palette, int count, i
         if (index >= 0)
             table[transparentIndex] = (unsigned short)index;
     }
-    return table;
+    return table.release();
 }
 
 // ---- Helpers of the formats.

@@ -6,6 +6,7 @@
 #include "mWindow/mColor.h"
 #include "mWindow/mGraphics.h"
 
+#include <cstddef>
 #include <vector>
 
 class mInputFile;
@@ -43,9 +44,12 @@ public:
     static mBitMap *create(mInputFile &file, long length, bool compressed);
     static mBitMap *create(int bits, const mSize &size, const mPalette *palette);
 
+    // The library's own formats, made and dropped when the library is loaded and unloaded;
+    // a title's formats registered later are tried after them.
     static void registerAll();
     static void unregisterAll();
 
+    // One more use; free() drops one, and the last one destroys the image.
     mBitMap *use() const;
     void free();
 
@@ -53,11 +57,16 @@ public:
     const void *getData() const { return data; }
     mSize getSize() const { return mSize(header->width, header->height); }
     int getColors() const { return header->colorCount; }
+    // A new copy of the colour table, the caller's to delete[]; null when there is none.
     mColor *getColors(int &count) const;
     mColor getColor(int index) const;
     void setColor(const mColor &color, int index);
+    // A new palette of the colour table, the caller's; null without one.
     mPalette *getPalette() const;
+    // The colour table in 15-bit form, kept by the image; null without a table.
     unsigned short *getRGB15convert() const;
+    // Cuts a copy of `sourceRect` at `position` down to what lies in the source of
+    // `sourceSize` and in this image; the result may be empty or inverted.
     void clip(const mSize &sourceSize, mRect &sourceRect, mPoint &position) const;
 
 protected:
@@ -73,6 +82,8 @@ public:
     virtual bool isSolid(mPoint p);
     virtual void copy(const mBitMap *source, mRect area, mRect clip, mPoint position, mFPoint origin,
                       const mTransform &t);
+    // Copies a part of another image to `position`, top-down coordinates; transparent source
+    // pixels leave the target as it was.
     virtual void copy(const mBitMap *source, mRect sourceRect, mPoint position);
     virtual void tile(mBitMap *source, bool centered);
     virtual int copyPalette(const mPalette &palette, int targetIndex, int sourceIndex, int count);
@@ -118,6 +129,39 @@ protected:
     // Replaces the colour table by the colours of a palette, or none.
     void setColors(const mPalette *palette);
     void dropRGB15() const;
+    // Whether `area` is a rectangle, not empty, within (0, 0) and `size`.
+    static bool isWithin(const mRect &area, const mSize &size);
+    // Whether a part of size `part` placed at `position` lies within `whole`.
+    static bool fitsAt(const mPoint &position, const mSize &part, const mSize &whole);
+    // The standard image of `area`: a pixel equal to `marked` gives 0x8000, any other `word(pixel)`.
+    template <class Pixel, class Word> unsigned short *readStandard(const mRect &area, unsigned marked, Word word) const {
+        unsigned short *image = new unsigned short[(std::size_t)area.width() * area.height()];
+        unsigned short *out = image;
+        for (long y = area.top; y < area.bottom; ++y) {
+            const Pixel *line = reinterpret_cast<const Pixel *>(data + (header->height - y - 1) * header->lineBytes);
+            for (long x = area.left; x < area.right; ++x)
+                *out++ = line[x] == marked ? 0x8000 : word(line[x]);
+        }
+        return image;
+    }
+    // Writes `area` of a standard image at `position`: a transparent word leaves its pixel
+    // alone if `keepTarget`, else writes `clear`; any other word writes `pixel(word)`.
+    template <class Pixel, class Convert>
+    void writeStandard(const unsigned short *image, const mSize &imageSize, const mRect &area, const mPoint &position,
+                       bool keepTarget, Pixel clear, Convert pixel) {
+        for (long y = 0; y < area.height(); ++y) {
+            const unsigned short *from = image + (area.top + y) * imageSize.cx + area.left;
+            Pixel *to = reinterpret_cast<Pixel *>(data + (header->height - position.y - y - 1) * header->lineBytes) +
+                        position.x;
+            for (long x = 0; x < area.width(); ++x) {
+                const unsigned w = from[x];
+                if (!(w & 0x8000))
+                    to[x] = pixel(w);
+                else if (!keepTarget)
+                    to[x] = clear;
+            }
+        }
+    }
     // Clips a copy as clip() does, and tells whether anything is left to copy.
     bool clipCopy(const mBitMap *source, mRect &sourceRect, mPoint &position) const;
     // Moves the pixels of `area` by (dx, dy) and fills the strips left behind, unless

@@ -467,22 +467,28 @@ int mWindow::convVKey(int key) {
     }
 }
 
-int mWindow::convertDrawState(int state) {
+namespace {
+// Translates the platform's flag bits into the library's, pair by pair.
+struct FlagPair {
+    int platform, library;
+};
+template <size_t N> int translateFlags(int value, const FlagPair (&pairs)[N]) {
     int result = 0;
-    if (state & ODS_SELECTED) result |= 8;
-    if (state & ODS_GRAYED) result |= 4;
-    if (state & ODS_FOCUS) result |= 2;
-    if (state & ODS_DISABLED) result |= 1;
+    for (const FlagPair &p : pairs)
+        if (value & p.platform)
+            result |= p.library;
     return result;
+}
+} // namespace
+
+int mWindow::convertDrawState(int state) {
+    static const FlagPair pairs[] = {{ODS_SELECTED, 8}, {ODS_GRAYED, 4}, {ODS_FOCUS, 2}, {ODS_DISABLED, 1}};
+    return translateFlags(state, pairs);
 }
 
 int mWindow::buttonInfo(int keys) {
-    int info = 0;
-    if (keys & MK_LBUTTON) info |= 1;
-    if (keys & MK_RBUTTON) info |= 4;
-    if (keys & MK_SHIFT) info |= 8;
-    if (keys & MK_CONTROL) info |= 16;
-    return info;
+    static const FlagPair pairs[] = {{MK_LBUTTON, 1}, {MK_RBUTTON, 4}, {MK_SHIFT, 8}, {MK_CONTROL, 16}};
+    return translateFlags(keys, pairs);
 }
 
 int mWindow::getKeyQualifiers() {

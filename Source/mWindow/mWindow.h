@@ -117,7 +117,7 @@ public:
     void invalidate(const mRect &area, bool erase);
     void setAutoClip(bool on);
 
-    // The window's own palette copy, repainted with on palette changes.
+    // The window's own copy of a palette; windows with one repaint when the system palette changes.
     mPalette *getPalette() const;
     mPalette *getPalettePtr() const { return palette; }
     bool hasPalette() const { return palette != nullptr; }

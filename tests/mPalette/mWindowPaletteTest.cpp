@@ -1,3 +1,4 @@
+#include "VelnorTest.h"
 #include "mUtil/mApp.h"
 #include "mWindow/mPalette.h"
 #include "mWindow/mWindow.h"
@@ -43,22 +44,11 @@ private:
     int name;
 };
 
-void pumpUntil(DWORD limit, HWND gone) {
-    DWORD until = GetTickCount() + limit;
-    MSG msg;
-    while (GetTickCount() < until && (!gone || IsWindow(gone))) {
-        while (PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE))
-            DispatchMessageA(&msg);
-        Sleep(5);
-    }
-}
-
 // The window object goes with its peer, through the queue.
 bool destroyAndWait(mWindow *window) {
     HWND peer = reinterpret_cast<HWND>(window->getPeer());
     window->destroy();
-    pumpUntil(3000, peer);
-    return !IsWindow(peer);
+    return vt::pumpUntil([peer] { return !IsWindow(peer); }, 3000);
 }
 
 int useCount(const mPalette &p) { return mPeerRef::find(p.getPeer(), false)->getRefCount(); }
@@ -120,7 +110,7 @@ TEST_F(WindowPalette, PaletteChangeRepaintsOnlyWindowsWithAPalette) {
     CountingWindow *grandchild = new CountingWindow(3, without, mRect(5, 5, 40, 40));
     withPalette->setPalette(&palette);
     grandchild->setPalette(&palette);
-    pumpUntil(200, nullptr);
+    vt::pumpUntil([] { return false; }, 200);
 
     paints.clear();
     top->changePalette();

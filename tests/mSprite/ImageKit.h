@@ -33,7 +33,9 @@ template <class T> Owned<T> own(T *image) { return Owned<T>(image); }
 // A bitmap payload: info header (and optionally the 14-byte file header), then `table`
 // and `pixels` as given.
 struct Payload {
-    long width = 0, height = 0;
+    Payload(long width = 0, long height = 0) : width(width), height(height) {}
+
+    long width, height;
     int planes = 1, bitsPerPixel = 8, compression = 0;
     long colorsUsed = 0;
     long headerSize = 40;
@@ -67,6 +69,11 @@ struct Payload {
             b[at + i] = (unsigned char)((unsigned long)v >> (8 * i));
     }
 };
+
+inline Owned<mBitMap> createFrom(const Payload &p, bool fileHeader) {
+    const Bytes block = p.build(fileHeader);
+    return own(mBitMap::create(block.data(), (long)block.size(), fileHeader));
+}
 
 // A 4-byte colour table entry: blue, green, red, unused.
 inline void addEntry(Bytes &table, const mColor &c) {
@@ -118,14 +125,11 @@ template <class F> Owned<m15Bit> make15(long width, long height, F f) {
 
 // A run-length image straight from a token stream, through the payload loader.
 inline Owned<mBitMap> rleFromStream(long width, long height, const Bytes &stream) {
-    Payload p;
-    p.width = width;
-    p.height = height;
+    Payload p(width, height);
     p.compression = 1;
     p.planes = 40; // no colour table: the tokens follow the header
     p.pixels = stream;
-    Bytes block = p.build(false);
-    return own(mBitMap::create(block.data(), (long)block.size(), false));
+    return createFrom(p, false);
 }
 
 // A small pseudo-random sequence, the same on every run.

@@ -21,13 +21,10 @@ Bytes words(std::initializer_list<unsigned short> list) {
 TEST(FifteenBitLoad, PixelsFollowTheHeaderAndRowsPadToFourBytes) {
     EXPECT_EQ(8L, head(*own(new m15Bit(mSize(3, 2)))).lineBytes);
     EXPECT_EQ(4L, head(*own(new m15Bit(mSize(2, 2)))).lineBytes);
-    Payload p;
-    p.width = 3;
-    p.height = 2;
+    Payload p(3, 2);
     p.bitsPerPixel = 16;
     p.pixels = words({1, 2, 3, 0, /* top row: */ 4, 5, 6, 0});
-    Bytes block = p.build(true);
-    Owned<mBitMap> image = own(mBitMap::create(block.data(), (long)block.size(), true));
+    Owned<mBitMap> image = createFrom(p, true);
     ASSERT_EQ(mBitMap::bitmap15, image->getBitmapType());
     EXPECT_EQ(15, head(*image).bits);
     EXPECT_TRUE(head(*image).noPalette);
@@ -36,12 +33,10 @@ TEST(FifteenBitLoad, PixelsFollowTheHeaderAndRowsPadToFourBytes) {
     EXPECT_FALSE(image->hasTransparency());
 
     p.pixels.pop_back();
-    block = p.build(false);
-    EXPECT_MERROR(mBitMap::create(block.data(), (long)block.size(), false), "15 bit image has insufficient data", 0,
+    EXPECT_MERROR(createFrom(p, false), "15 bit image has insufficient data", 0,
                   source);
     p.height = -1;
-    block = p.build(false);
-    EXPECT_MERROR(mBitMap::create(block.data(), (long)block.size(), false), "15 bit image has insufficient data", 0,
+    EXPECT_MERROR(createFrom(p, false), "15 bit image has insufficient data", 0,
                   source);
 }
 

@@ -71,16 +71,13 @@ TEST(RunLengthEncode, RowsGoBottomFirstAndTheBottomLeftPixelIsTheDefaultTranspar
 }
 
 TEST(RunLengthLoad, TablesAndStreamStarts) {
-    Payload p;
-    p.width = 2;
-    p.height = 1;
+    Payload p(2, 1);
     p.compression = 1;
     p.colorsUsed = 2;
     addEntry(p.table, mColor(1, 2, 3));
     addEntry(p.table, mColor(4, 5, 6));
     p.pixels = cat({{2, 1}, rowEnd, imageEnd});
-    Bytes block = p.build(true);
-    Owned<mBitMap> image = own(mBitMap::create(block.data(), (long)block.size(), true));
+    Owned<mBitMap> image = createFrom(p, true);
     ASSERT_EQ(mBitMap::bitmapRLE, image->getBitmapType());
     EXPECT_EQ(2, image->getColors());
     EXPECT_EQ(0x040506UL, image->getColor(1).getRGB());
@@ -88,21 +85,17 @@ TEST(RunLengthLoad, TablesAndStreamStarts) {
     EXPECT_TRUE(image->hasTransparency());
 
     p.planes = 2;
-    block = p.build(false);
-    EXPECT_MERROR(mBitMap::create(block.data(), (long)block.size(), false),
+    EXPECT_MERROR(createFrom(p, false),
                   "256 RLE  color bit map with RGB555 palette info!", 0, source);
     p.planes = 3;
-    block = p.build(false);
-    EXPECT_MERROR(mBitMap::create(block.data(), (long)block.size(), false),
+    EXPECT_MERROR(createFrom(p, false),
                   "256 RLE  color bit map with RGB555 palette info!", 0, source);
     p.planes = 1;
     p.colorsUsed = 300;
-    block = p.build(false);
-    EXPECT_MERROR(mBitMap::create(block.data(), (long)block.size(), false), "256 RLE color bit map has bad color table",
+    EXPECT_MERROR(createFrom(p, false), "256 RLE color bit map has bad color table",
                   0, source);
     p.colorsUsed = 0; // 256 entries, more than the block holds
-    block = p.build(false);
-    EXPECT_MERROR(mBitMap::create(block.data(), (long)block.size(), false), "256 RLE color bit map has bad color table",
+    EXPECT_MERROR(createFrom(p, false), "256 RLE color bit map has bad color table",
                   0, source);
 
     // Other planes: no colours, and the stream from that offset to the end of the block.

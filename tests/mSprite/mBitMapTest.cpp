@@ -39,6 +39,33 @@ TEST(BitMapCounting, AnImageWithoutDataCannotBeUsed) {
     EXPECT_EQ(1, head(*prototype).refCount);
 }
 
+TEST(BitMapCounting, PrototypesWithoutDataAnswerEverythingSafely) {
+    const mColor black;
+    mPalette palette(&black, 1);
+    mColor white(255, 255, 255);
+    Owned<m8Bit> eight(new m8Bit());
+    Owned<m8BitRLE> rle(new m8BitRLE());
+    Owned<m15Bit> colour(new m15Bit());
+    Owned<m8Bit> target(new m8Bit(mSize(4, 4), &palette));
+    for (mBitMap *image : std::vector<mBitMap *>{eight.get(), rle.get(), colour.get()}) {
+        EXPECT_FALSE(image->isSolid(mPoint(0, 0)) && image->hasTransparency());
+        image->flip();
+        int count = 0;
+        delete[] image->getUsedColors(count, 0);
+        target->copy(image, mRect(0, 0, 4, 4), mPoint(0, 0));
+    }
+    eight->setTransparent();
+    eight->changePalette(palette, true);
+    eight->fill(mRect(0, 0, 4, 4), white);
+    eight->scroll(1, 1, white);
+    eight->copy(target.get(), mRect(0, 0, 4, 4), mPoint(0, 0));
+    rle->changePalette(palette, true);
+    EXPECT_EQ(245, rle->getUnusedIndex());
+    colour->setTransparent();
+    colour->fill(white);
+    colour->copy(target.get(), mRect(0, 0, 4, 4), mPoint(0, 0));
+}
+
 TEST(BitMapClip, WorkedExamples) {
     Owned<m8Bit> target(new m8Bit(mSize(100, 100), nullptr));
     mRect r(0, 0, 20, 20);
@@ -155,18 +182,6 @@ TEST(BitMapColors, EntriesAreCheckedAndTheCacheFollowsChanges) {
     EXPECT_EQ(4, back->getColorCount());
 }
 
-TEST(BitMapColors, ImagesWithoutATableHaveNoPaletteAndNoCache) {
-    Owned<m8Bit> bare(new m8Bit(mSize(2, 2), nullptr));
-    Owned<m15Bit> colour(new m15Bit(mSize(2, 2)));
-    int count = 7;
-    EXPECT_EQ(nullptr, bare->getColors(count));
-    EXPECT_EQ(0, count);
-    EXPECT_EQ(nullptr, bare->getPalette());
-    EXPECT_EQ(nullptr, bare->getRGB15convert());
-    EXPECT_EQ(nullptr, colour->getPalette());
-    EXPECT_EQ(nullptr, colour->getRGB15convert());
-}
-
 TEST(BitMapColors, CopyPaletteFromAPaletteCountsBothIndicesAgainstTheLimit) {
     const std::vector<mColor> colors = rampColors(256);
     mPalette palette(colors.data(), 256);
@@ -208,32 +223,6 @@ TEST(BitMapColors, CopyPaletteFromAnImage) {
     EXPECT_MERROR(colour->copyPalette(from.get()), "Target does not use palette", 0, source);
 }
 
-TEST(BitMapFormats, OperationsAFormatLacksThrowTheFrameworksMessage) {
-    Owned<m8Bit> plain = make8(4, 4, nullptr, [](long x, long) { return x; });
-    Owned<m8BitRLE> rle(new m8BitRLE(*plain));
-    Owned<m15Bit> colour(new m15Bit(mSize(4, 4)));
-    mColor black;
-    const mPalette palette(&black, 1);
-    EXPECT_MERROR(rle->copy(plain.get(), mRect(0, 0, 4, 4), mPoint(0, 0)), "Copy not supported on this bitmap", 0,
-                  source);
-    EXPECT_MERROR(rle->fill(mRect(0, 0, 1, 1), black), "Fill of bitmap not supported for this format", 0, source);
-    EXPECT_MERROR(rle->scroll(1, 0, black), "Scrolling of bitmap not supported for this format", 0, source);
-    EXPECT_MERROR(rle->getStdImage(mRect(0, 0, 1, 1), false), "Get of standard image not supported for this format",
-                  0, source);
-    unsigned short word = 0;
-    EXPECT_MERROR(rle->writeStdImage(&word, mSize(1, 1), mRect(0, 0, 1, 1), mPoint(0, 0), false),
-                  "Write of standard image not supported for this format", 0, source);
-    EXPECT_MERROR(colour->changePalette(palette, false), "Conversion of palette not supported for this format", 0,
-                  source);
-    EXPECT_EQ(nullptr, rle->createBlank(8, mSize(1, 1), nullptr));
-    // The neutral answers.
-    rle->setMapping(&palette, black);
-    int count = 5;
-    EXPECT_EQ(nullptr, colour->getUsedColors(count, 0));
-    EXPECT_EQ(0, count);
-    EXPECT_EQ(-1, colour->getUnusedIndex());
-}
-
 TEST(BitMapCreate, BlankImagesByDepth) {
     Owned<mBitMap> eight = own(mBitMap::create(8, mSize(5, 3), nullptr));
     ASSERT_NE(nullptr, eight);
@@ -257,61 +246,47 @@ TEST(BitMapCreate, BlankImagesByDepth) {
 }
 
 TEST(BitMapCreate, EachFormatTakesItsOwnPayload) {
-    Payload p;
-    p.width = 2;
-    p.height = 1;
+    Payload p(2, 1);
     p.colorsUsed = 1;
     addEntry(p.table, mColor(1, 2, 3));
     p.pixels = {0, 0, 0, 0};
     for (bool fileHeader : {false, true}) {
-        Bytes block = p.build(fileHeader);
-        Owned<mBitMap> image = own(mBitMap::create(block.data(), (long)block.size(), fileHeader));
+        Owned<mBitMap> image = createFrom(p, fileHeader);
         EXPECT_EQ(mBitMap::bitmap8, image->getBitmapType());
     }
     Payload rle = p;
     rle.compression = 1;
     rle.pixels = {2, 0, 0, 0, 0, 1};
-    Bytes block = rle.build(true);
-    EXPECT_EQ(mBitMap::bitmapRLE, own(mBitMap::create(block.data(), (long)block.size(), true))->getBitmapType());
-    Payload colour;
-    colour.width = 1;
-    colour.height = 1;
+    EXPECT_EQ(mBitMap::bitmapRLE, createFrom(rle, true)->getBitmapType());
+    Payload colour(1, 1);
     colour.bitsPerPixel = 16;
     colour.pixels = {0x34, 0x12, 0, 0};
-    block = colour.build(false);
-    EXPECT_EQ(mBitMap::bitmap15, own(mBitMap::create(block.data(), (long)block.size(), false))->getBitmapType());
+    EXPECT_EQ(mBitMap::bitmap15, createFrom(colour, false)->getBitmapType());
 }
 
 TEST(BitMapCreate, BlocksNoFormatTakesEndInTheLastResort) {
-    Payload p;
-    p.width = 1;
-    p.height = 1;
+    Payload p(1, 1);
     p.bitsPerPixel = 24;
     p.pixels = {1, 2, 3, 0};
-    Bytes block = p.build(true);
-    EXPECT_MERROR(mBitMap::create(block.data(), (long)block.size(), true), "No support for this bitmap format", 0,
+    EXPECT_MERROR(createFrom(p, true), "No support for this bitmap format", 0,
                   source);
     // Too short, a wrong tag, a wrong header size, 16 bits with other planes.
-    Payload eight;
-    eight.width = 1;
-    eight.height = 1;
+    Payload eight(1, 1);
     eight.planes = 40;
     eight.pixels = {7, 0, 0, 0};
-    block = eight.build(true);
+    Bytes block = eight.build(true);
     EXPECT_MERROR(mBitMap::create(block.data(), 53, true), "No support for this bitmap format", 0, source);
     EXPECT_MERROR(mBitMap::create(block.data(), 39, false), "No support for this bitmap format", 0, source);
     block[1] = 'N';
     EXPECT_MERROR(mBitMap::create(block.data(), (long)block.size(), true), "No support for this bitmap format", 0,
                   source);
     eight.headerSize = 12;
-    block = eight.build(false);
-    EXPECT_MERROR(mBitMap::create(block.data(), (long)block.size(), false), "No support for this bitmap format", 0,
+    EXPECT_MERROR(createFrom(eight, false), "No support for this bitmap format", 0,
                   source);
     Payload sixteen;
     sixteen.planes = 2;
     sixteen.bitsPerPixel = 16;
-    block = sixteen.build(false);
-    EXPECT_MERROR(mBitMap::create(block.data(), (long)block.size(), false), "No support for this bitmap format", 0,
+    EXPECT_MERROR(createFrom(sixteen, false), "No support for this bitmap format", 0,
                   source);
     EXPECT_MERROR(mBitMap::create((const void *)nullptr, 100L, false), "No support for this bitmap format", 0, source);
 }
@@ -332,26 +307,21 @@ public:
 TEST(BitMapCreate, ATitlesFormatIsTriedAfterTheLibrarysOwn) {
     TitleFormat *format = new TitleFormat();
     format->enroll();
-    Payload p;
-    p.width = 1;
-    p.height = 1;
+    Payload p(1, 1);
     p.bitsPerPixel = 24;
     p.pixels = {1, 2, 3, 0};
-    Bytes block = p.build(false);
-    Owned<mBitMap> image = own(mBitMap::create(block.data(), (long)block.size(), false));
+    Owned<mBitMap> image = createFrom(p, false);
     EXPECT_NE(nullptr, dynamic_cast<TitleFormat *>(image.get()));
     // An 8-bit payload still goes to the library's format, which comes first.
     p.bitsPerPixel = 8;
     p.planes = 40;
-    block = p.build(false);
-    Owned<mBitMap> plain = own(mBitMap::create(block.data(), (long)block.size(), false));
+    Owned<mBitMap> plain = createFrom(p, false);
     EXPECT_EQ(nullptr, dynamic_cast<TitleFormat *>(plain.get()));
     format->withdraw();
     format->withdraw();
     format->free();
     p.bitsPerPixel = 24;
-    block = p.build(false);
-    EXPECT_MERROR(mBitMap::create(block.data(), (long)block.size(), false), "No support for this bitmap format", 0,
+    EXPECT_MERROR(createFrom(p, false), "No support for this bitmap format", 0,
                   source);
 }
 

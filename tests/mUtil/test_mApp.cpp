@@ -8,22 +8,13 @@ namespace {
 
 std::vector<std::string> events;
 
-class AppTest : public ::testing::Test {
+class AppTest : public vt::AppFixture {
 protected:
+    AppTest() : vt::AppFixture("SpineTest") {}
     void SetUp() override {
         events.clear();
-        vt::drainMessages();
-        app = new mApp("SpineTest");
-        previous = app->setCurrentApp();
+        vt::AppFixture::SetUp();
     }
-    void TearDown() override {
-        delete app;
-        if (previous)
-            previous->setCurrentApp();
-        vt::drainMessages();
-    }
-    mApp *app = nullptr;
-    mApp *previous = nullptr;
 };
 
 // A frame that records its end.

@@ -9,19 +9,12 @@ namespace {
 
 std::vector<std::string> log;
 
-class FatalTest : public ::testing::Test {
+class FatalTest : public vt::AppFixture {
 protected:
+    FatalTest() : vt::AppFixture("FatalTest") {}
     void SetUp() override {
         log.clear();
-        vt::drainMessages();
-        app = new mApp("FatalTest");
-        previous = app->setCurrentApp();
-    }
-    void TearDown() override {
-        delete app;
-        if (previous)
-            previous->setCurrentApp();
-        vt::drainMessages();
+        vt::AppFixture::SetUp();
     }
 
     // Runs the title with one idle listener that does `fail` on its first round, and
@@ -63,8 +56,6 @@ protected:
         std::function<void()> f;
     };
 
-    mApp *app = nullptr;
-    mApp *previous = nullptr;
     Frame *frame = nullptr;
     vt::DialogAnswerer box{"Fatal error!!!"};
 };

@@ -6,23 +6,19 @@
 
 namespace {
 
-class WindowTest : public ::testing::Test {
+class WindowTest : public vt::AppFixture {
 protected:
+    WindowTest() : vt::AppFixture("WindowTest") {}
     void SetUp() override {
-        vt::drainMessages();
-        app = new mApp("WindowTest");
-        previous = app->setCurrentApp();
+        vt::AppFixture::SetUp();
         frame = new Frame(app);
     }
     void TearDown() override {
-        if (mApp::getCurrentApp()->getStateCount()) {
+        if (app->getStateCount()) {
             frame->destroy();
             vt::pumpUntil([&] { return app->getStateCount() == 0; }, 3000);
         }
-        delete app;
-        if (previous)
-            previous->setCurrentApp();
-        vt::drainMessages();
+        vt::AppFixture::TearDown();
     }
     HWND peer() { return reinterpret_cast<HWND>(frame->getPeer()); }
 
@@ -51,8 +47,6 @@ protected:
         std::vector<int> sizes;
     };
 
-    mApp *app = nullptr;
-    mApp *previous = nullptr;
     Frame *frame = nullptr;
 };
 

@@ -1,6 +1,5 @@
 #include "VelnorTest.h"
 
-#include <gtest/gtest.h>
 
 namespace vt {
 
@@ -141,6 +140,19 @@ Watchdog::~Watchdog() {
 mModule *testModule() {
     static mModule module(reinterpret_cast<SYSTEM_INFO_STRUCT *>(GetModuleHandleA(nullptr)));
     return &module;
+}
+
+void AppFixture::SetUp() {
+    drainMessages();
+    app = new mApp(name);
+    previous = app->setCurrentApp();
+}
+
+void AppFixture::TearDown() {
+    delete app;
+    if (previous)
+        previous->setCurrentApp();
+    drainMessages();
 }
 
 int runBounded(mApp &app, int ms) {

@@ -3,6 +3,8 @@
 #pragma once
 #include <Velnor11.h>
 
+#include <gtest/gtest.h>
+
 #include <atomic>
 #include <functional>
 #include <mutex>
@@ -76,6 +78,19 @@ public:
     }
     std::vector<int> userMessages;
     std::function<bool(short, int, long, int &)> userHandler;
+};
+
+// A test with an application of its own, made current for the test and gone after it, and
+// with an empty message queue on both sides.
+class AppFixture : public ::testing::Test {
+protected:
+    explicit AppFixture(const char *name) : name(name) {}
+    void SetUp() override;
+    void TearDown() override;
+
+    const char *name;
+    mApp *app = nullptr;
+    mApp *previous = nullptr;
 };
 
 // Runs app.start() under a watchdog; the test fails if the watchdog had to end the loop.
