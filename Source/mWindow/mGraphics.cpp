@@ -35,13 +35,14 @@ SYSTEM_INFO_STRUCT *choosePalette(SYSTEM_INFO_STRUCT *dc, SYSTEM_INFO_STRUCT *ob
     return handleOf(SelectPalette(hdc(dc), reinterpret_cast<HPALETTE>(object), FALSE));
 }
 
-// One step of selection for every kind of tool. `handle` is the platform object of `tool`,
-// `currentHandle` that of the copy held so far. The copy is made before anything is selected,
-// so that the surface never holds an object that no wrapper keeps.
-template <class Tool>
-void exchange(SYSTEM_INFO_STRUCT *dc, Chooser choose, Tool *&current, SYSTEM_INFO_STRUCT *&saved, const Tool *tool,
-              SYSTEM_INFO_STRUCT *handle, SYSTEM_INFO_STRUCT *currentHandle) {
-    if (tool && current && handle == currentHandle)
+// One step of selection for every kind of tool; `handleOf` gives a tool's platform object,
+// making it first if need be. The copy is made before anything is selected, so that the
+// surface never holds an object that no wrapper keeps.
+template <class Tool, class Given, class HandleOf>
+void exchange(SYSTEM_INFO_STRUCT *dc, Chooser choose, Tool *&current, SYSTEM_INFO_STRUCT *&saved, Given *tool,
+              HandleOf handleOf) {
+    SYSTEM_INFO_STRUCT *handle = tool ? handleOf(tool) : nullptr;
+    if (tool && current && handle == handleOf(current))
         return;
     Tool *copy = tool ? new Tool(*tool) : nullptr;
     if (tool) {
@@ -391,9 +392,7 @@ void mGraphics::setSectionColors(const mColor *colors, int colorCount, int first
 // ---- mGraphics: drawing state
 
 void mGraphics::setPen(mPen *p) {
-    SYSTEM_INFO_STRUCT *handle = p ? p->getPeer(this) : nullptr;
-    SYSTEM_INFO_STRUCT *currentHandle = p && pen ? pen->getPeer(this) : nullptr;
-    exchange(peer, chooseObject, pen, savedPen, p, handle, currentHandle);
+    exchange(peer, chooseObject, pen, savedPen, p, [this](mPen *tool) { return tool->getPeer(this); });
 }
 
 mPen *mGraphics::getPen() {
@@ -401,9 +400,7 @@ mPen *mGraphics::getPen() {
 }
 
 void mGraphics::setBrush(mBrush *b) {
-    SYSTEM_INFO_STRUCT *handle = b ? b->getPeer(this) : nullptr;
-    SYSTEM_INFO_STRUCT *currentHandle = b && brush ? brush->getPeer(this) : nullptr;
-    exchange(peer, chooseObject, brush, savedBrush, b, handle, currentHandle);
+    exchange(peer, chooseObject, brush, savedBrush, b, [this](mBrush *tool) { return tool->getPeer(this); });
 }
 
 mBrush *mGraphics::getBrush() {
@@ -411,9 +408,7 @@ mBrush *mGraphics::getBrush() {
 }
 
 void mGraphics::setFont(mFont *f) {
-    SYSTEM_INFO_STRUCT *handle = f ? f->getPeer() : nullptr;
-    SYSTEM_INFO_STRUCT *currentHandle = f && font ? font->getPeer() : nullptr;
-    exchange(peer, chooseObject, font, savedFont, f, handle, currentHandle);
+    exchange(peer, chooseObject, font, savedFont, f, [](const mFont *tool) { return tool->getPeer(); });
 }
 
 mFont *mGraphics::getFont() {
@@ -421,9 +416,7 @@ mFont *mGraphics::getFont() {
 }
 
 void mGraphics::setPalette(const mPalette *p) {
-    SYSTEM_INFO_STRUCT *handle = p ? p->getPeer() : nullptr;
-    SYSTEM_INFO_STRUCT *currentHandle = p && palette ? palette->getPeer() : nullptr;
-    exchange(peer, choosePalette, palette, savedPalette, p, handle, currentHandle);
+    exchange(peer, choosePalette, palette, savedPalette, p, [](const mPalette *tool) { return tool->getPeer(); });
 }
 
 void mGraphics::realizePalette() { RealizePalette(hdc(peer)); }
