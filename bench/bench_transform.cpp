@@ -86,7 +86,7 @@ void measure(const char *kind, Frame &frame, Sprite &sprite, const std::vector<C
         const double taken = timeOf([&] { frame.copy(&sprite, area, whole, at, origin, c.t); });
         const double pixels = (double)area.width() * area.height();
         const double rate = pixels / taken / 1e6;
-        std::printf("%-34s %8.1f Mpx/s   %5.2f x plain (per pixel)   %5.2f x plain (per sprite)\n",
+        std::printf("%-34s %8.1f Mpx/s   %7.3g x plain (per pixel)   %7.3g x plain (per sprite)\n",
                     (std::string(kind) + " " + c.name).c_str(), rate, rate / plainRate, plain / taken);
     }
 }
