@@ -121,20 +121,6 @@ TEST_F(Drawing, PolyLineWithOnePointOnlyMoves) {
     EXPECT_EQ(15, countOther(black, mRect(0, 0, 40, 30), true));
 }
 
-TEST_F(Drawing, InvertingTwiceRestores) {
-    for (long x = 0; x < 40; ++x)
-        px8(*image, x, 4) = (unsigned char)(x % plainCount);
-    const Bytes before = blockOf(*image);
-    image->invertRect(mRect(2, 2, 30, 8));
-    image->flush();
-    EXPECT_NE(before, blockOf(*image));
-    image->invertRect(mRect(2, 2, 30, 8));
-    image->focusRect(mRect(1, 1, 20, 20));
-    image->focusRect(mRect(1, 1, 20, 20));
-    image->flush();
-    EXPECT_EQ(before, blockOf(*image));
-}
-
 TEST_F(Drawing, TextLandsInsideItsBox) {
     mFont font(mFont::fontSwiss, 16, true, false);
     image->setFont(&font);
