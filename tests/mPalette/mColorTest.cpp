@@ -50,11 +50,9 @@ TEST(mColor, Rgb15WidensFiveBitsOverTheFullRange) {
 
 TEST(mColor, PeerFormIsBlueGreenRedAndSystemColoursComeFromThePlatform) {
     EXPECT_EQ(0x00332211ul, peerOf(mColor(0x112233)));
-    const std::pair<mColor::SYSCOLOR, int> system[] = {{mColor::buttonFace, COLOR_BTNFACE},
-                                                       {mColor::inactiveCaptionText, COLOR_INACTIVECAPTIONTEXT},
-                                                       {mColor::text, COLOR_WINDOWTEXT},
-                                                       {mColor::sysColor18, 0},
-                                                       {(mColor::SYSCOLOR)40, 0}};
+    const std::pair<mColor::SYSCOLOR, int> system[] = {
+        {mColor::inactiveCaptionText, COLOR_INACTIVECAPTIONTEXT}, {mColor::text, COLOR_WINDOWTEXT},
+        {mColor::sysColor18, 0}, {(mColor::SYSCOLOR)40, 0}};
     for (const auto &s : system)
         EXPECT_EQ((unsigned long)GetSysColor(s.second), peerOf(mColor(s.first))) << s.first;
 }

@@ -50,7 +50,6 @@ TEST(mPalette, HoldsItsColoursAtThePlatformAndGivesThemInEveryForm) {
     // The transparent flag plays no part.
     std::vector<mColor> colors = colorsOf(sample, true);
     mPalette p(colors.data(), 6);
-    ASSERT_EQ(6, p.getColorCount());
     EXPECT_EQ(sample, platformRGB(p));
 
     const RGBs peerForm = {0x000000, 0xFFFFFF, 0x0000FF, 0x00FF00, 0xFF0000, 0x38220C};
@@ -135,11 +134,11 @@ TEST(mPeerRef, OnlyTheFirstWrapperCanMarkAnObjectForeign) {
 TEST(mPalette, ReadsPaletteFilesOfExactly1026Bytes) {
     ScratchDir dir("palette-file");
     std::vector<unsigned char> bytes = {0xEE, 0xEE};
-    for (int e = 0; e < 256; ++e)
-        bytes.insert(bytes.end(), {(unsigned char)e, (unsigned char)(255 - e), (unsigned char)(e * 7), 0x5A});
     RGBs expected;
-    for (int e = 0; e < 256; ++e)
+    for (int e = 0; e < 256; ++e) {
+        bytes.insert(bytes.end(), {(unsigned char)e, (unsigned char)(255 - e), (unsigned char)(e * 7), 0x5A});
         expected.push_back(mColor(e, 255 - e, e * 7).getRGB());
+    }
     EXPECT_EQ(expected, platformRGB(mPalette(mString(dir.write("good.pal", bytes).c_str()))));
 
     for (size_t size : {1025u, 1027u, 0u}) {
@@ -153,15 +152,16 @@ TEST(mPalette, ReadsPaletteFilesOfExactly1026Bytes) {
 TEST(mPalette, ReadsEntriesFromTheMiddleOfAnOpenStream) {
     ScratchDir dir("palette-stream");
     std::vector<unsigned char> bytes = {9, 9, 9, 9, 9, 9, 9};
-    for (int e = 0; e < 20; ++e)
+    RGBs expected;
+    for (int e = 0; e < 16; ++e) {
         bytes.insert(bytes.end(), {(unsigned char)(e + 1), (unsigned char)(e + 2), (unsigned char)(e + 3), 0xFF});
+        expected.push_back(mColor(e + 1, e + 2, e + 3).getRGB());
+    }
+    bytes.insert(bytes.end(), {17, 18, 19, 0, 18, 19, 20, 0, 19, 20, 21, 0, 20, 21, 22, 0});
     mInputFile file(mString(dir.write("embedded.bin", bytes).c_str()));
     EXPECT_THROW(mPalette closed(file, 4), mError);
     ASSERT_TRUE(file.OpenFile(true));
     ASSERT_TRUE(file.seekFrom(7, mFile::seekStart));
-    RGBs expected;
-    for (int e = 0; e < 16; ++e)
-        expected.push_back(mColor(e + 1, e + 2, e + 3).getRGB());
     EXPECT_EQ(expected, platformRGB(mPalette(file, 16)));
     EXPECT_EQ(7 + 16 * 4, file.getCurrentPosition());
 
@@ -195,6 +195,7 @@ TEST(mPaletteMerge, WorkedExamples) {
         // Tolerance rebuilds the base in bucket order, its own colours compared exactly or masked.
         {nearby, {}, 2, true, false, {0x040401, 0x020203, 0x030346, 0x01010B, 0x01010A}},
         {nearby, {}, 2, true, true, {0x040401, 0x020203, 0x030346, 0x01010A}},
+        {nearby, {}, 2, false, true, {0x040401, 0x020203, 0x030346, 0x01010A}},
         // Near colours replace with the flag; without it the base stays and new colours follow.
         {four, added, 2, true, false, {0xC80000, 0x040402, 0x020203, 0x030346, 0x01010A}},
         {four, added, 2, false, false, {0x01010A, 0x020203, 0x030346, 0x040401, 0xC80000}},
