@@ -8,17 +8,11 @@ namespace {
 const char source[] = "mAswLib/mObjFile";
 const char objectSource[] = "mAswLib/mAswObject";
 
-// A data block whose content tells which object it is.
-Bytes dataBlock(int index, size_t size) {
-    Bytes b = pattern(size, (unsigned)index + 100);
-    b[4] = (unsigned char)index;
-    return b;
-}
-
+// Data objects whose content tells which object each one is.
 std::vector<Record> dataRecords(int count, size_t size) {
     std::vector<Record> records;
     for (int i = 0; i < count; ++i)
-        records.push_back(storedRecord(3, dataBlock(i, size)));
+        records.push_back(storedRecord(3, pattern(size, (unsigned)i + 100)));
     return records;
 }
 
@@ -27,7 +21,7 @@ void expectData(mObjFile &file, int index, size_t size) {
     ASSERT_TRUE(got.block) << index;
     EXPECT_EQ(mObjFile::objData, got.type);
     ASSERT_EQ((int)size, got.size);
-    Bytes expected = dataBlock(index, size);
+    Bytes expected = pattern(size, (unsigned)index + 100);
     poke(expected, 0, {4, size});
     EXPECT_EQ(expected, got.bytes(0, size)) << index;
 }

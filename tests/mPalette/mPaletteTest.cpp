@@ -72,20 +72,7 @@ TEST(mPalette, HoldsItsColoursAtThePlatformAndGivesThemInEveryForm) {
     EXPECT_TRUE(p.getColor(6).isTransparent());
 }
 
-TEST(mPalette, SetColorReachesEverySharerAndRefusesBadArguments) {
-    std::vector<mColor> colors = colorsOf(sample);
-    mPalette p(colors.data(), 6);
-    mPalette sharer(p);
-    p.setColor(3, mColor(9, 8, 7));
-    EXPECT_EQ(0x090807ul, platformRGB(sharer)[3]);
-
-    EXPECT_MERROR(p.setColor(-1, mColor(1, 1, 1)), "Bad color index for palette", -1, source);
-    EXPECT_MERROR(p.setColor(6, mColor(1, 1, 1)), "Bad color index for palette", 6, source);
-    EXPECT_MERROR(p.setColor(2, mColor(true)), "Transparent color for palette", 2, source);
-    EXPECT_EQ(0xFF0000ul, p.getColor(2).getRGB());
-}
-
-TEST(mPalette, CopiesShareOnePlatformObjectUntilTheLastGoes) {
+TEST(mPalette, CopiesShareOnePlatformObjectAndItsChangesUntilTheLastGoes) {
     std::vector<mColor> colors = colorsOf(sample);
     mPalette before(colors.data(), 1);
     mPalette *first = new mPalette(colors.data(), 3);
@@ -94,6 +81,12 @@ TEST(mPalette, CopiesShareOnePlatformObjectUntilTheLastGoes) {
     EXPECT_EQ(handle, second->getPeer());
     EXPECT_EQ(3, second->getColorCount());
     EXPECT_EQ(2, useCount(handle));
+    first->setColor(2, mColor(9, 8, 7));
+    EXPECT_EQ(0x090807ul, platformRGB(*second)[2]);
+    EXPECT_MERROR(first->setColor(-1, mColor(1, 1, 1)), "Bad color index for palette", -1, source);
+    EXPECT_MERROR(first->setColor(3, mColor(1, 1, 1)), "Bad color index for palette", 3, source);
+    EXPECT_MERROR(first->setColor(1, mColor(true)), "Transparent color for palette", 1, source);
+    EXPECT_EQ(0xFFFFFFul, second->getColor(1).getRGB());
 
     mPalette other(colors.data(), 2);
     other = *second;
