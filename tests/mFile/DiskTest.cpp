@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <map>
 
 namespace {
@@ -15,6 +14,7 @@ std::map<std::string, char> listing(mFSdir &dir, const mString *pattern) {
     for (mFSobject *o : *contents) {
         names[o->getName().c_str()] = o->isDir() ? 'd' : 'f';
         EXPECT_NE(o->isDir(), o->isFile());
+        EXPECT_EQ(fullPath(*o), fullPath(dir) + "\\" + o->getName().c_str());
     }
     dir.destroyContentsVector(contents);
     return names;
@@ -35,18 +35,6 @@ TEST(DirectoryContents, ListsEntriesWithTheirKind) {
     mString pattern("*.txt");
     std::map<std::string, char> onlyText = {{"a.txt", 'f'}};
     EXPECT_EQ(listing(dir, &pattern), onlyText);
-}
-
-TEST(DirectoryContents, EntriesLieInTheDirectory) {
-    ScratchDir scratch;
-    std::string file = scratch.file("inner\\x.bin", "abc");
-    mFSdir dir(scratch.at("inner").c_str());
-    std::vector<mFSobject *> *contents = dir.getContents(nullptr);
-    auto it = std::find_if(contents->begin(), contents->end(), [](mFSobject *o) { return o->getName() == "x.bin"; });
-    ASSERT_NE(it, contents->end());
-    EXPECT_STREQ((*it)->getFullPath().c_str(), file.c_str());
-    EXPECT_TRUE((*it)->exists());
-    dir.destroyContentsVector(contents);
 }
 
 TEST(DirectoryContents, MissingDirectoryGivesAnEmptyList) {
@@ -126,33 +114,22 @@ TEST(DirectoryRemove, RecursiveRemovalReportsAFileThatStays) {
 }
 
 TEST(Disks, MountedDisksFollowTheDriveMask) {
-    DWORD mask = GetLogicalDrives();
+    DWORD mask = GetLogicalDrives() & 0x3ffffff;
     std::vector<mFSdisk> *disks = mFSdisk::getMountedDisks();
     DWORD seen = 0;
-    for (const mFSdisk &d : *disks) {
+    for (mFSdisk &d : *disks) {
         const mString &v = d.getVolumeName();
         ASSERT_EQ(v.length(), 1);
         ASSERT_TRUE(v[0] >= 'A' && v[0] <= 'Z');
         seen |= 1UL << (v[0] - 'A');
-        EXPECT_FALSE(d.isUNC());
+        EXPECT_EQ(fullPath(*d.getRoot()), std::string(v.c_str()) + ":\\");
     }
-    EXPECT_EQ(seen, mask & 0x3ffffff);
-    EXPECT_EQ((int)disks->size(), __builtin_popcount(mask & 0x3ffffff));
+    EXPECT_EQ(seen, mask);
+    EXPECT_EQ((int)disks->size(), __builtin_popcount(mask));
     mFSdisk::destroyDiskVector(disks);
-}
 
-TEST(Disks, RootAndDriveType) {
-    std::vector<mFSdisk> *disks = mFSdisk::getMountedDisks();
-    for (mFSdisk &d : *disks) {
-        mFSdir *root = d.getRoot();
-        EXPECT_TRUE(root->isRoot());
-        mString text = d.getVolumeName() + ":\\";
-        EXPECT_STREQ(root->getFullPath().c_str(), text.c_str());
-        EXPECT_EQ(d.isCDrom(), GetDriveTypeA(text.c_str()) == DRIVE_CDROM) << text.c_str();
-        mFSdisk copy(d);
-        EXPECT_NE(copy.getRoot(), root);
-    }
-    mFSdisk::destroyDiskVector(disks);
+    mFSdir here(executableDirectory().c_str());
+    EXPECT_FALSE(here.getDisk()->isCDrom());
 }
 
 } // namespace

@@ -170,12 +170,6 @@ TEST(PathParents, CopiesShareNoCache) {
     EXPECT_STREQ(assigned.getFullPath().c_str(), "\\\\srv\\share\\q");
 }
 
-TEST(PathConstants, SeparatorsAndLineEnd) {
-    EXPECT_STREQ(mFSobject::getPathSep().c_str(), "\\");
-    EXPECT_STREQ(mFSobject::getDriveSep().c_str(), ":\\");
-    EXPECT_STREQ(mFSobject::getTextEOL().c_str(), "\r\n");
-}
-
 struct Match {
     const char *name;
     const char *pattern;
