@@ -55,12 +55,15 @@ CONF
 }
 
 velnor_prepare_prefix() {
-    [ -f "$WINEPREFIX/system.reg" ] && return 0
+    local marker="$WINEPREFIX/.velnor-prefix-4"
+    [ -f "$marker" ] && return 0
     mkdir -p "$WINEPREFIX"
     wineboot -i >/dev/null 2>&1
-    # Wave output goes through ALSA, and the desktop does not grab the screen.
+    # Wave output goes through ALSA.
     wine reg add 'HKCU\Software\Wine\Drivers' /v Audio /d alsa /f >/dev/null 2>&1
-    wineserver -w
+    # A crashing program ends at once instead of waiting in a debugger.
+    wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /d 'no-debugger' /f >/dev/null 2>&1
+    touch "$marker"
 }
 
 # Begins a session unless one is already running in this environment.
@@ -70,15 +73,15 @@ velnor_session_begin() {
     velnor_display_usable || velnor_start_xvfb || return 1
     velnor_route_sound
     velnor_prepare_prefix
-    wineserver -p >/dev/null 2>&1
+    # The server outlives a run by a minute, so that runs in a row share it, and then ends by itself.
+    wineserver -p60 >/dev/null 2>&1
     export VELNOR_SESSION=$$
     VELNOR_SESSION_OWNER=1
 }
 
-# Ends what velnor_session_begin started, and nothing else.
+# Ends what velnor_session_begin started, and nothing else: other runs may share the server.
 velnor_session_end() {
     [ -n "${VELNOR_SESSION_OWNER:-}" ] || return 0
-    wineserver -k >/dev/null 2>&1
     [ -n "${VELNOR_XVFB_PID:-}" ] && kill "$VELNOR_XVFB_PID" 2>/dev/null
     [ -n "${VELNOR_ALSA_CONF:-}" ] && rm -f "$VELNOR_ALSA_CONF"
     unset VELNOR_SESSION VELNOR_SESSION_OWNER

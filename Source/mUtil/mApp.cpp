@@ -128,6 +128,8 @@ mApp::~mApp() {
         popState();
     delete states;
     states = nullptr;
+    if (currApp == this)
+        currApp = nullptr;
 }
 
 mApp *mApp::setCurrentApp() {

@@ -12,6 +12,7 @@ struct Guard {
     void *jump[5];
     mFaultInfo fault;
     Guard *previous;
+    DWORD thread;
 };
 
 Guard *active = nullptr;
@@ -64,15 +65,18 @@ LONG redirect(EXCEPTION_POINTERS *info) {
     return EXCEPTION_CONTINUE_EXECUTION;
 }
 
+// Only faults of the thread that runs the guarded work are its business.
+bool guarding() { return active && active->thread == GetCurrentThreadId(); }
+
 LONG CALLBACK firstChance(EXCEPTION_POINTERS *info) {
-    if (!active || !isProcessorFault(info->ExceptionRecord->ExceptionCode) ||
+    if (!guarding() || !isProcessorFault(info->ExceptionRecord->ExceptionCode) ||
         inSystemModule(info->ExceptionRecord->ExceptionAddress))
         return EXCEPTION_CONTINUE_SEARCH;
     return redirect(info);
 }
 
 LONG WINAPI unhandled(EXCEPTION_POINTERS *info) {
-    if (active)
+    if (guarding())
         return redirect(info);
     return previousFilter ? previousFilter(info) : EXCEPTION_CONTINUE_SEARCH;
 }
@@ -114,6 +118,7 @@ bool mFaultGuard::run(int (*body)(void *), void *context, int &result, mFaultInf
     install();
     Guard guard;
     guard.previous = active;
+    guard.thread = GetCurrentThreadId();
     if (__builtin_setjmp(guard.jump)) {
         active = guard.previous;
         fault = guard.fault;

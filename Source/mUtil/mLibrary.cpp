@@ -1,4 +1,5 @@
 // The library's start and end in a process.
+#include "mSprite/mBitMap.h"
 #include "mUtil/mModule.h"
 
 #include <windows.h>
@@ -7,8 +8,10 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
     switch (reason) {
     case DLL_PROCESS_ATTACH:
         mModule::attachLibrary(reinterpret_cast<SYSTEM_INFO_STRUCT *>(instance));
+        mBitMap::registerAll();
         break;
     case DLL_PROCESS_DETACH:
+        mBitMap::unregisterAll();
         mModule::detachLibrary();
         break;
     default:

@@ -1,5 +1,9 @@
 #include "mUtil/mModule.h"
+#include "mUtil/mCodec.h"
 
+#include <cstring>
+#include <memory>
+#include <vector>
 #include <windows.h>
 
 static const char srcPath[] = "mUtil/mModule";
@@ -7,6 +11,43 @@ static const char srcPath[] = "mUtil/mModule";
 namespace {
 mModule *velnorModule = nullptr;
 HMODULE handleOf(SYSTEM_INFO_STRUCT *instance) { return reinterpret_cast<HMODULE>(instance); }
+
+// The module's file name, read into room bytes; false when the platform refuses.
+bool moduleFileName(SYSTEM_INFO_STRUCT *instance, DWORD room, mString &name) {
+    std::vector<char> buffer(room);
+    DWORD n = GetModuleFileNameA(handleOf(instance), buffer.data(), room);
+    if (n == 0)
+        return false;
+    name.assign(buffer.data(), n < room ? n : room - 1);
+    return true;
+}
+
+// One string of a version block. Only the two US-English blocks are searched, the ANSI one first.
+mString versionString(const void *block, const char *name) {
+    static const char *const languages[] = {"040904E4", "040904B0"};
+    for (const char *language : languages) {
+        mString path = mString("\\StringFileInfo\\") + language + "\\" + name;
+        void *value = nullptr;
+        UINT length = 0;
+        if (VerQueryValueA(block, path.c_str(), &value, &length) && value)
+            return mString(static_cast<const char *>(value), strnlen(static_cast<const char *>(value), length));
+    }
+    return mString();
+}
+
+// A resource as bytes inside the module; type is a name or an integer type.
+const void *lockResource(SYSTEM_INFO_STRUCT *instance, const char *type, long &size, unsigned short id) {
+    HMODULE h = handleOf(instance);
+    HRSRC found = FindResourceA(h, MAKEINTRESOURCEA(id), type);
+    if (!found)
+        VELNOR_THROW("Resource not found", id);
+    size = (long)SizeofResource(h, found);
+    return LockResource(LoadResource(h, found));
+}
+
+// An LZSS stream gives less than nine bytes for each byte in: its densest group is a flag
+// byte and eight references of 18 bytes each, 144 bytes out of 17.
+const long long longestExpansion = 9;
 } // namespace
 
 mModule::mModule(SYSTEM_INFO_STRUCT *instance) : owned(false), instance(instance) {}
@@ -28,20 +69,19 @@ void (*mModule::getEntryPoint(const mString &name) const)(void) {
 }
 
 mString mModule::getFileName() const {
-    char buffer[260];
-    DWORD n = GetModuleFileNameA(handleOf(instance), buffer, sizeof buffer);
-    if (n == 0)
+    mString name;
+    if (!moduleFileName(instance, 260, name))
         VELNOR_THROW("GetModuleFileName failure!", GetLastError());
-    return mString(buffer, n);
+    return name;
 }
 
-mFSdir mModule::getModuleDirectory() {
+mFSdir mModule::getModuleDirectory() const {
     mString file = getFileName();
     int sep = file.rfind(mFSobject::getPathSep(), -1);
     return mFSdir(sep >= 0 ? file.substr(0, sep) : file);
 }
 
-mString mModule::getModuleName(bool noExtension) {
+mString mModule::getModuleName(bool noExtension) const {
     mString file = getFileName();
     int sep = file.rfind(mFSobject::getPathSep(), -1);
     mString result = sep >= 0 ? file.substr(sep + 1, -1) : file;
@@ -51,6 +91,76 @@ mString mModule::getModuleName(bool noExtension) {
             result = result.substr(0, dot);
     }
     return result;
+}
+
+bool mModule::getModuleVersion(mString &product, mString &version) const {
+    mString file;
+    if (!moduleFileName(instance, 256, file)) {
+        product = version = mString();
+        return false;
+    }
+    DWORD handle = 0;
+    DWORD size = GetFileVersionInfoSizeA(file.c_str(), &handle);
+    if (size == 0) {
+        product = "Unknown library";
+        version = "Unknown";
+        return false;
+    }
+    std::vector<char> block(size);
+    if (!GetFileVersionInfoA(file.c_str(), 0, size, block.data()))
+        return false;
+    product = versionString(block.data(), "ProductName");
+    version = versionString(block.data(), "ProductVersion");
+    if (version.empty())
+        version = versionString(block.data(), "FileVersion");
+    return true;
+}
+
+void mModule::getCodeVersion(int *numbers) {
+    numbers[0] = numbers[1] = numbers[2] = 0;
+    mString product, version;
+    getModuleVersion(product, version);
+    int k = 0;
+    for (const char *p = version.c_str(); *p; ++p) {
+        char c = *p;
+        if (c == '.') {
+            if (++k == 3)
+                break;
+        } else if (c >= '0' && c <= '9') {
+            // Wraps instead of overflowing on an absurd run of digits.
+            numbers[k] = (int)((unsigned)numbers[k] * 10u + (unsigned)(c - '0'));
+        }
+    }
+}
+
+const void *mModule::loadAnyResource(const mString &type, long &size, unsigned short id) {
+    return lockResource(instance, type.c_str(), size, id);
+}
+
+const void *mModule::loadBitMapResource(long &size, unsigned short id) {
+    return lockResource(instance, MAKEINTRESOURCEA(2), size, id);
+}
+
+mString mModule::loadString(unsigned short id) {
+    char buffer[249];
+    int n = LoadStringA(handleOf(instance), id, buffer, sizeof buffer);
+    return n > 0 ? mString(buffer, (unsigned long)n) : mString();
+}
+
+void *mModule::decodeCompressed(const void *data, long &size) {
+    const unsigned char *block = static_cast<const unsigned char *>(data);
+    if (!block || size < 8)
+        VELNOR_THROW("Short compression file", size);
+    long decoded = leReadLong(block), stored = leReadLong(block + 4);
+    // A stored size below the header, or a decoded size the data cannot produce, is a lie too.
+    if (stored < 8 || size < stored || decoded <= 0 || decoded > (stored - 8) * longestExpansion)
+        VELNOR_THROW("Short compression file", decoded);
+    std::unique_ptr<unsigned char[]> target(new unsigned char[decoded]);
+    // A stream that stops early would hand out bytes it never wrote.
+    if (mCodec::unCompress(block + 8, stored - 8, target.get(), decoded) < decoded)
+        VELNOR_THROW("Short compression file", decoded);
+    size = decoded;
+    return target.release();
 }
 
 const mModule *mModule::getVelnor() { return velnorModule; }

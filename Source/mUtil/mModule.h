@@ -11,8 +11,8 @@ public:
 
     SYSTEM_INFO_STRUCT *getInstance() const { return instance; }
     void (*getEntryPoint(const mString &name) const)(void);
-    mFSdir getModuleDirectory();
-    mString getModuleName(bool noExtension);
+    mFSdir getModuleDirectory() const;
+    mString getModuleName(bool noExtension) const;
     bool getModuleVersion(mString &product, mString &version) const;
     void getCodeVersion(int *numbers);
 

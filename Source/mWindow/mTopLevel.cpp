@@ -1,10 +1,44 @@
 #include "mWindow/mTopLevel.h"
 #include "mUtil/mApp.h"
+#include "mUtil/mModule.h"
 
 #include <windows.h>
 
+static const char srcPath[] = "mWindow/mTopLevel";
+
 namespace {
 HWND hwnd(SYSTEM_INFO_STRUCT *peer) { return reinterpret_cast<HWND>(peer); }
+
+// The module key of the current state, or empty when there is none to name.
+mString currentModuleKey() {
+    mApp *app = mApp::getCurrentApp();
+    mModule *module = app ? app->getModule() : nullptr;
+    return module ? module->getModuleName(true) : mString();
+}
+
+// Reads the value of key with at least count numbers into list; a store that cannot even
+// name the key counts as no value.
+bool readBounds(const mString &key, int count, std::vector<long> &list, mString &suffix, const mString &module) {
+    try {
+        return mApp::getProfileValue(key, list, count, suffix, true, module);
+    } catch (mError &) {
+        return false;
+    }
+}
+
+// Moves the span [low, high) back inside [first, last), and cuts it where it is wider.
+void fitSpan(long &low, long &high, long first, long last) {
+    if (high > last) {
+        low -= high - last;
+        high = last;
+    }
+    if (low < first) {
+        high += first - low;
+        low = first;
+    }
+    if (high > last)
+        high = last;
+}
 } // namespace
 
 mTopLevel::mTopLevel(mWindow *parent)
@@ -138,4 +172,86 @@ mString mTopLevel::getTitle() {
     buffer[0] = 0;
     GetWindowTextA(hwnd(peer), buffer, sizeof buffer);
     return mString(buffer);
+}
+
+// ---- Bounds in the profile store.
+
+mWindow::ShowState mTopLevel::decodeShowState(mString state) {
+    state.toUpper();
+    if (state.compare(0, 3, "MIN") == 0)
+        return MINIMIZED;
+    if (state.compare(0, 3, "MAX") == 0)
+        return MAXIMIZED;
+    return NORMAL;
+}
+
+bool mTopLevel::storeBounds(const mString &key, const mString &module) {
+    mRect area = getBounds();
+    std::vector<long> list = {area.left, area.top, area.right, area.bottom};
+    ShowState state = getShow();
+    mString suffix = state == MINIMIZED ? "minimized" : state == MAXIMIZED ? "maximized" : "";
+    try {
+        mApp::setProfileValue(key, list, suffix, true, module);
+    } catch (mError &) {
+        return false;
+    }
+    return true;
+}
+
+mWindow::ShowState mTopLevel::loadBounds(const mString &key, mRect defaults, bool minimized, const mString &module) {
+    ShowState result = minimized ? MINIMIZED : NORMAL;
+    mRect area = defaults;
+    std::vector<long> list;
+    mString suffix;
+    if (readBounds(key, 4, list, suffix, module)) {
+        result = decodeShowState(suffix);
+        area = mRect(list[0], list[1], list[2], list[3]);
+    }
+    if (minWidth > 0 && area.width() < minWidth) area.right = area.left + minWidth;
+    if (maxWidth > 0 && area.width() > maxWidth) area.right = area.left + maxWidth;
+    if (minHeight > 0 && area.height() < minHeight) area.bottom = area.top + minHeight;
+    if (maxHeight > 0 && area.height() > maxHeight) area.bottom = area.top + maxHeight;
+    mRect work = mApp::getScreenBounds();
+    fitSpan(area.left, area.right, work.left, work.right);
+    fitSpan(area.top, area.bottom, work.top, work.bottom);
+    setBounds(area);
+    remember(key, module);
+    return result;
+}
+
+mWindow::ShowState mTopLevel::loadPosition(const mString &key, bool minimized, const mString &module) {
+    ShowState result = minimized ? MINIMIZED : NORMAL;
+    mPoint position = getPosition();
+    std::vector<long> list;
+    mString suffix;
+    if (readBounds(key, 2, list, suffix, module)) {
+        result = decodeShowState(suffix);
+        position = mPoint(list[0], list[1]);
+    }
+    mSize size = getSize();
+    mRect work = mApp::getScreenBounds();
+    if (position.x + size.cx > work.right) position.x = work.right - size.cx;
+    if (position.y + size.cy > work.bottom) position.y = work.bottom - size.cy;
+    if (position.x < work.left) position.x = work.left;
+    if (position.y < work.top) position.y = work.top;
+    setPosition(position);
+    remember(key, module);
+    return result;
+}
+
+void mTopLevel::remember(const mString &key, const mString &module) {
+    configModule = module.empty() ? currentModuleKey() : module;
+    configKey = key;
+}
+
+void mTopLevel::changeConfigKey(const mString &key, const mString &module) {
+    configKey = key;
+    if (!module.empty())
+        configModule = module;
+}
+
+void mTopLevel::mOnDestroy(bool &handled) {
+    if (!configKey.empty())
+        storeBounds(configKey, configModule);
+    mWindow::mOnDestroy(handled);
 }

@@ -20,12 +20,21 @@ public:
     void setTitle(const mString &title);
     mString getTitle();
 
+    // Bounds remembered in the profile store from run to run; once loaded, they are stored
+    // again by themselves when the window goes.
+    ShowState loadBounds(const mString &key, mRect defaults, bool minimized, const mString &module);
+    ShowState loadPosition(const mString &key, bool minimized, const mString &module);
+    bool storeBounds(const mString &key, const mString &module);
+    void changeConfigKey(const mString &key, const mString &module);
+
 protected:
     mTopLevel(mWindow *parent);
     ~mTopLevel() override;
 
     void boundRect(mRect &area, bool left, bool top);
     void boundSize();
+    static ShowState decodeShowState(mString state);
+    void mOnDestroy(bool &handled) override;
 
     long minWidth, minHeight, maxWidth, maxHeight;
     mString configKey;
@@ -35,4 +44,5 @@ protected:
 private:
     bool hasLimits() const { return minWidth || minHeight || maxWidth || maxHeight; }
     bool correction(const mRect &area, int &dx, int &dy) const;
+    void remember(const mString &key, const mString &module);
 };

@@ -71,13 +71,13 @@ mWindow::mWindow(mWindow *parent, SYSTEM_INFO_STRUCT *foreign) : mWindow(parent)
     gone = true;
 }
 
-mWindow::mWindow(const mWindow &w) { *this = w; }
+mWindow::mWindow(const mWindow &w) : palette(nullptr) { *this = w; }
 
 mWindow &mWindow::operator=(const mWindow &w) {
     peer = w.peer;
     paintInfo = w.paintInfo;
     graphics = w.graphics;
-    palette = w.palette;
+    setPalette(w.palette);
     cursor = w.cursor;
     cursorIsSystem = w.cursorIsSystem;
     enumDeep = w.enumDeep;
@@ -97,6 +97,7 @@ mWindow::~mWindow() {
         DestroyWindow(hwnd(peer));
     }
     mApp::free(paintInfo);
+    setPalette(nullptr);
 }
 
 void mWindow::registerClass(const mString &name, SYSTEM_INFO_STRUCT *instance) {
@@ -466,22 +467,28 @@ int mWindow::convVKey(int key) {
     }
 }
 
-int mWindow::convertDrawState(int state) {
+namespace {
+// Translates the platform's flag bits into the library's, pair by pair.
+struct FlagPair {
+    int platform, library;
+};
+template <size_t N> int translateFlags(int value, const FlagPair (&pairs)[N]) {
     int result = 0;
-    if (state & ODS_SELECTED) result |= 8;
-    if (state & ODS_GRAYED) result |= 4;
-    if (state & ODS_FOCUS) result |= 2;
-    if (state & ODS_DISABLED) result |= 1;
+    for (const FlagPair &p : pairs)
+        if (value & p.platform)
+            result |= p.library;
     return result;
+}
+} // namespace
+
+int mWindow::convertDrawState(int state) {
+    static const FlagPair pairs[] = {{ODS_SELECTED, 8}, {ODS_GRAYED, 4}, {ODS_FOCUS, 2}, {ODS_DISABLED, 1}};
+    return translateFlags(state, pairs);
 }
 
 int mWindow::buttonInfo(int keys) {
-    int info = 0;
-    if (keys & MK_LBUTTON) info |= 1;
-    if (keys & MK_RBUTTON) info |= 4;
-    if (keys & MK_SHIFT) info |= 8;
-    if (keys & MK_CONTROL) info |= 16;
-    return info;
+    static const FlagPair pairs[] = {{MK_LBUTTON, 1}, {MK_RBUTTON, 4}, {MK_SHIFT, 8}, {MK_CONTROL, 16}};
+    return translateFlags(keys, pairs);
 }
 
 int mWindow::getKeyQualifiers() {
@@ -526,12 +533,17 @@ bool mWindow::process(int message, unsigned long wParam, unsigned long lParam, u
     case WM_DRAWITEM: mOnDrawItem(handled, reinterpret_cast<const void *>((uintptr_t)lParam)); result = 1; break;
     case WM_MEASUREITEM: mOnMeasureItem(handled, reinterpret_cast<const void *>((uintptr_t)lParam)); result = 1; break;
     case WM_DELETEITEM: mOnDeleteItem(handled, reinterpret_cast<const void *>((uintptr_t)lParam)); result = 1; break;
-    case WM_NCDESTROY:
+    case WM_NCDESTROY: {
+        // The object goes with its peer, even when onWindowGone fails.
+        struct Deleter {
+            mWindow *window;
+            ~Deleter() { delete window; }
+        } deleter{this};
         gone = true;
-        onWindowGone();
         SetWindowLongPtrA(hwnd(peer), 0, 0);
-        delete this;
+        onWindowGone();
         return false;
+    }
     case WM_KEYDOWN: mOnKeyUD(handled, (int)wParam, 1, x, highWord(lParam)); break;
     case WM_KEYUP: mOnKeyUD(handled, (int)wParam, 0, x, highWord(lParam)); break;
     case WM_CHAR: mOnChar(handled, (signed char)(wParam & 0xFF), x); break;
@@ -714,7 +726,24 @@ void mWindow::mOnSize(bool &, int type, int width, int height) {
 
 void mWindow::mOnMove(bool &, int x, int y) { onMove(mPoint(x, y)); }
 
-void mWindow::mOnPaletteChanged(bool &, void *) {}
+// Every window of this family that has a palette is repainted, this one first; the others would
+// only repaint the same pixels.
+void mWindow::mOnPaletteChanged(bool &, void *) {
+    struct Gatherer : mChildList {
+        std::vector<mWindow *> windows;
+        bool onChild(mWindow &child, int) override {
+            mWindow *window = findWindow(child.getPeer());
+            if (window && window->hasPalette())
+                windows.push_back(window);
+            return false;
+        }
+    } gatherer;
+    if (hasPalette())
+        gatherer.windows.push_back(this);
+    enumChildren(gatherer, true);
+    for (mWindow *window : gatherer.windows)
+        window->update(true);
+}
 
 // Idle rounds while the platform runs a modal loop (a dialog, an open menu).
 void mWindow::mOnEnterIdle(unsigned long, unsigned long) {

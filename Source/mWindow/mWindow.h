@@ -117,6 +117,12 @@ public:
     void invalidate(const mRect &area, bool erase);
     void setAutoClip(bool on);
 
+    // The window's own copy of a palette; windows with one repaint when the system palette changes.
+    mPalette *getPalette() const;
+    mPalette *getPalettePtr() const { return palette; }
+    bool hasPalette() const { return palette != nullptr; }
+    void setPalette(const mPalette *p);
+
     bool setCursor(unsigned short id);
     bool setSysCursor(SYSCURSOR cursor);
     unsigned short getCursor(bool &isSystem) const {

@@ -1,0 +1,14 @@
+#include "mWindow/mPalette.h"
+#include "mWindow/mWindow.h"
+
+static const char srcPath[] = "mWindow/mWindowPalette";
+
+mPalette *mWindow::getPalette() const { return palette ? new mPalette(*palette) : nullptr; }
+
+void mWindow::setPalette(const mPalette *p) {
+    if (p == palette)
+        return;
+    mPalette *copy = p ? new mPalette(*p) : nullptr;
+    delete palette;
+    palette = copy;
+}

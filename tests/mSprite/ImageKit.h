@@ -1,0 +1,271 @@
+// Helpers of the image tests: owning handles, payload builders and pixel access by
+// top-down coordinates, written independently of the library's own row arithmetic.
+#pragma once
+#include "mSprite/m15Bit.h"
+#include "mSprite/m8Bit.h"
+#include "mSprite/m8BitRLE.h"
+#include "mWindow/mPalette.h"
+
+#include "mUtil/mApp.h"
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <vector>
+
+typedef std::vector<unsigned char> Bytes;
+
+// Images are released through free(); these hold one use.
+struct FreeImage {
+    void operator()(mBitMap *image) const {
+        if (image)
+            image->free();
+    }
+};
+template <class T> using Owned = std::unique_ptr<T, FreeImage>;
+
+template <class T> Owned<T> own(T *image) { return Owned<T>(image); }
+
+// A bitmap payload: info header (and optionally the 14-byte file header), then `table`
+// and `pixels` as given.
+struct Payload {
+    Payload(long width = 0, long height = 0) : width(width), height(height) {}
+
+    long width, height;
+    int planes = 1, bitsPerPixel = 8, compression = 0;
+    long colorsUsed = 0;
+    long headerSize = 40;
+    Bytes table, pixels;
+
+    Bytes build(bool fileHeader) const {
+        Bytes out;
+        if (fileHeader) {
+            out = {'B', 'M'};
+            out.resize(14, 0);
+        }
+        const size_t info = out.size();
+        out.resize(info + 40, 0);
+        put32(out, info + 0, headerSize);
+        put32(out, info + 4, width);
+        put32(out, info + 8, height);
+        put16(out, info + 12, planes);
+        put16(out, info + 14, bitsPerPixel);
+        put32(out, info + 16, compression);
+        put32(out, info + 32, colorsUsed);
+        out.insert(out.end(), table.begin(), table.end());
+        out.insert(out.end(), pixels.begin(), pixels.end());
+        return out;
+    }
+    static void put16(Bytes &b, size_t at, long v) {
+        b[at] = (unsigned char)v;
+        b[at + 1] = (unsigned char)(v >> 8);
+    }
+    static void put32(Bytes &b, size_t at, long v) {
+        for (int i = 0; i < 4; ++i)
+            b[at + i] = (unsigned char)((unsigned long)v >> (8 * i));
+    }
+};
+
+inline Owned<mBitMap> createFrom(const Payload &p, bool fileHeader) {
+    const Bytes block = p.build(fileHeader);
+    return own(mBitMap::create(block.data(), (long)block.size(), fileHeader));
+}
+
+// A 4-byte colour table entry: blue, green, red, unused.
+inline void addEntry(Bytes &table, const mColor &c) {
+    table.insert(table.end(), {c.getBlue(), c.getGreen(), c.getRed(), 0});
+}
+
+inline const mBHeader &head(const mBitMap &image) { return *image.getHeader(); }
+
+// Pixels by top-down coordinates, stored bottom row first.
+inline unsigned char *row8(mBitMap &image, long y) {
+    const mBHeader &h = head(image);
+    return static_cast<unsigned char *>(const_cast<void *>(image.getData())) + (h.height - 1 - y) * h.lineBytes;
+}
+inline unsigned char &px8(mBitMap &image, long x, long y) { return row8(image, y)[x]; }
+inline unsigned short &px15(mBitMap &image, long x, long y) {
+    return reinterpret_cast<unsigned short *>(row8(image, y))[x];
+}
+
+// The whole data block, padding included.
+inline Bytes blockOf(const mBitMap &image) {
+    const unsigned char *p = static_cast<const unsigned char *>(image.getData());
+    return Bytes(p, p + head(image).dataSize);
+}
+
+// A palette of `count` distinct colours, entry i being (i, 255 - i, i * 7).
+inline std::vector<mColor> rampColors(int count) {
+    std::vector<mColor> colors;
+    for (int i = 0; i < count; ++i)
+        colors.push_back(mColor(i, 255 - i, (i * 7) & 255));
+    return colors;
+}
+
+// An 8-bit image with colours, filled by f(x, y).
+template <class F> Owned<m8Bit> make8(long width, long height, const mPalette *palette, F f) {
+    Owned<m8Bit> image(new m8Bit(mSize(width, height), palette));
+    for (long y = 0; y < height; ++y)
+        for (long x = 0; x < width; ++x)
+            px8(*image, x, y) = (unsigned char)f(x, y);
+    return image;
+}
+
+template <class F> Owned<m15Bit> make15(long width, long height, F f) {
+    Owned<m15Bit> image(new m15Bit(mSize(width, height)));
+    for (long y = 0; y < height; ++y)
+        for (long x = 0; x < width; ++x)
+            px15(*image, x, y) = (unsigned short)f(x, y);
+    return image;
+}
+
+// A run-length image straight from a token stream, through the payload loader.
+inline Owned<mBitMap> rleFromStream(long width, long height, const Bytes &stream) {
+    Payload p(width, height);
+    p.compression = 1;
+    p.planes = 40; // no colour table: the tokens follow the header
+    p.pixels = stream;
+    return createFrom(p, false);
+}
+
+// A small pseudo-random sequence, the same on every run.
+struct Lcg {
+    uint32_t state;
+    explicit Lcg(uint32_t seed) : state(seed) {}
+    uint32_t next() { return state = state * 1664525u + 1013904223u; }
+    long in(long lo, long hi) { return lo + (long)((next() >> 8) % (uint32_t)(hi - lo + 1)); }
+};
+
+// Memory with inaccessible pages on both sides; the block either starts right behind the
+// first or ends right before the second, so that a step past that edge faults at once.
+class GuardedBlock {
+public:
+    GuardedBlock(size_t size, bool atEnd) {
+        const size_t page = 4096, span = (size + page - 1) / page * page + (size ? 0 : page);
+        base = static_cast<unsigned char *>(VirtualAlloc(nullptr, span + 2 * page, MEM_RESERVE | MEM_COMMIT, PAGE_NOACCESS));
+        DWORD old;
+        VirtualProtect(base + page, span, PAGE_READWRITE, &old);
+        start = atEnd ? base + page + span - size : base + page;
+    }
+    ~GuardedBlock() { VirtualFree(base, 0, MEM_RELEASE); }
+    GuardedBlock(const GuardedBlock &) = delete;
+    GuardedBlock &operator=(const GuardedBlock &) = delete;
+    unsigned char *get() const { return start; }
+
+private:
+    unsigned char *base;
+    unsigned char *start;
+};
+
+// An image of a library class whose block lies in guarded memory, as a memory image's
+// block lies in memory the image does not own.
+template <class Base> class Guarded : public Base {
+public:
+    template <class... Args>
+    Guarded(bool atEnd, Args &&...args) : Base(args...), block((size_t)this->header->dataSize, atEnd) {
+        std::memcpy(block.get(), this->data, (size_t)this->header->dataSize);
+        mApp::free(this->data);
+        this->data = block.get();
+    }
+    ~Guarded() override { this->data = nullptr; }
+
+private:
+    GuardedBlock block;
+};
+
+// A run-length source of any make: a token stream that ends at a guarded page.
+class GuardedStream : public mBitMap {
+public:
+    GuardedStream(long width, long height, const Bytes &stream) : block(stream.size(), true) {
+        header->bits = 8;
+        header->compression = 1;
+        header->width = width;
+        header->height = height;
+        header->dataSize = (long)stream.size();
+        if (!stream.empty())
+            std::memcpy(block.get(), stream.data(), stream.size());
+        data = block.get();
+    }
+    ~GuardedStream() override { data = nullptr; }
+    BitmapType getBitmapType() const override { return bitmapRLE; }
+
+private:
+    GuardedBlock block;
+};
+
+// ---- Copies against a per-pixel model.
+
+inline Guarded<m8Bit> *newGuarded(bool atEnd, const mSize &size, m8Bit *) {
+    return new Guarded<m8Bit>(atEnd, size, (const mPalette *)nullptr);
+}
+inline Guarded<m15Bit> *newGuarded(bool atEnd, const mSize &size, m15Bit *) {
+    return new Guarded<m15Bit>(atEnd, size);
+}
+
+// What a copy must produce: each source pixel s of the rectangle that lies in the source
+// lands at position + (s - the rectangle's corner), if that lies in the target. `read`
+// gives the value to write, or -1 for a pixel that is not drawn.
+inline void modelCopy(long sourceW, long sourceH, long targetW, long targetH, mRect r, mPoint at,
+                      const std::function<int(long, long)> &read, const std::function<void(long, long, int)> &write) {
+    for (long long y = r.top; y < r.bottom; ++y) {
+        if (y < 0 || y >= sourceH)
+            continue;
+        for (long long x = r.left; x < r.right; ++x) {
+            const long long tx = at.x + (x - r.left), ty = at.y + (y - r.top);
+            if (x >= 0 && x < sourceW && tx >= 0 && ty >= 0 && tx < targetW && ty < targetH) {
+                const int v = read((long)x, (long)y);
+                if (v >= 0)
+                    write((long)tx, (long)ty, v);
+            }
+        }
+    }
+}
+
+inline mRect randomRect(Lcg &rng, long w, long h) {
+    const long l = rng.in(-w, 2 * w), t = rng.in(-h, 2 * h);
+    return mRect(l, t, l + rng.in(-3, 2 * w + 3), t + rng.in(-3, 2 * h + 3));
+}
+
+// Copies `from` into many targets, each block fenced by an inaccessible page on one side,
+// with random rectangles and positions, and compares every byte with the model.
+template <class Target, class Pixel>
+void checkCopies(const mBitMap &from, long modelW, long modelH, const std::function<int(long, long)> &read,
+                 const std::function<void(Target &)> &prepare, unsigned seed, int rounds = 300) {
+    Lcg rng(seed);
+    for (int round = 0; round < rounds; ++round) {
+        const long tw = rng.in(1, 40), th = rng.in(1, 30);
+        std::unique_ptr<Guarded<Target>> fenced(newGuarded(round & 1, mSize(tw, th), (Target *)nullptr));
+        Guarded<Target> &target = *fenced;
+        prepare(target);
+        for (long y = 0; y < th; ++y)
+            for (long x = 0; x < tw; ++x)
+                reinterpret_cast<Pixel *>(row8(target, y))[x] = (Pixel)(200 + (x + y) % 50);
+        Bytes expected = blockOf(target);
+        const long line = head(target).lineBytes;
+        const mRect r = randomRect(rng, modelW, modelH);
+        const mPoint p(rng.in(-tw, tw + 5), rng.in(-th, th + 5));
+        modelCopy(modelW, modelH, tw, th, r, p, read, [&](long x, long y, int v) {
+            reinterpret_cast<Pixel *>(&expected[(th - 1 - y) * line])[x] = (Pixel)v;
+        });
+        target.copy(&from, r, p);
+        ASSERT_EQ(expected, blockOf(target)) << "round " << round;
+    }
+}
+
+inline void checkCopiesInto8(const mBitMap &from, const std::function<int(long, long)> &read, unsigned seed,
+                             int rounds = 300) {
+    const mSize size = from.getSize();
+    checkCopies<m8Bit, unsigned char>(from, size.cx, size.cy, read, [](m8Bit &) {}, seed, rounds);
+}
+
+inline void checkCopiesInto15(const mBitMap &from, const std::function<int(long, long)> &read,
+                              const mPalette *mapping, unsigned seed, int rounds = 300) {
+    const mSize size = from.getSize();
+    checkCopies<m15Bit, unsigned short>(from, size.cx, size.cy, read, [&](m15Bit &t) {
+        t.setMapping(mapping, mColor(true));
+    }, seed, rounds);
+}
