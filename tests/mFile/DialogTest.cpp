@@ -1,7 +1,6 @@
 // The platform's open and save dialogs, answered from a helper thread.
+#include "ExpectError.h"
 #include "FileTestSupport.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -17,15 +16,15 @@ DialogScript cancelling() {
     return script;
 }
 
-class FileDialogTest : public ::testing::Test {
+// The dialogs belong to the frame of an application of the test's own.
+class FileDialogTest : public FileAppFixture {
 protected:
-    FileDialogTest() { testApp(); }
-    ScratchDir scratch;
+    ScratchDir scratch{testName()};
 };
 
 TEST_F(FileDialogTest, OpenGivesTheChosenFileAndShowsWhatItWasGiven) {
-    std::string chosen = scratch.file("pick.txt", "x");
-    mFSdir dir(scratch.path().c_str());
+    std::string chosen = makeFile(scratch, "pick.txt", "x");
+    mFSdir dir(rootOf(scratch).c_str());
     std::vector<mString> filters = {"Text files|*.txt", "no bar here", "Everything|*.*"};
     mString title("Pick one");
     mString preset("preset.txt");
@@ -70,53 +69,44 @@ TEST_F(FileDialogTest, OpenStartsInTheApplicationDirectoryWithTheDefaultFilter) 
 }
 
 TEST_F(FileDialogTest, OpenRefusesAMissingFile) {
-    mFSdir dir(scratch.path().c_str());
+    mFSdir dir(rootOf(scratch).c_str());
     DialogScript script = typing("missing.txt");
     script.cancelAfterPrompt = true;
     DialogDriver driver(script);
-    mError e = thrownBy([&] { mInputFile f(&dir, nullptr, nullptr, nullptr); });
-    const DialogSeen &seen = driver.finish();
-
-    EXPECT_GE(seen.prompts, 1) << "the dialog says that the file must exist";
-    EXPECT_STREQ(e.message.c_str(), "No File selected");
-    EXPECT_EQ(e.value, 0);
+    EXPECT_MERROR(mInputFile f(&dir, nullptr, nullptr, nullptr), "No File selected", 0, "mFile/mFile");
+    EXPECT_GE(driver.finish().prompts, 1) << "the dialog says that the file must exist";
 }
 
 TEST_F(FileDialogTest, CancelIsNoFileSelected) {
-    mFSdir dir(scratch.path().c_str());
+    mFSdir dir(rootOf(scratch).c_str());
     {
         DialogDriver driver(cancelling());
-        mError e = thrownBy([&] { mInputFile f(&dir, nullptr, nullptr, nullptr); });
+        EXPECT_MERROR(mInputFile f(&dir, nullptr, nullptr, nullptr), "No File selected", 0, "mFile/mFile");
         EXPECT_TRUE(driver.finish().found);
-        EXPECT_STREQ(e.message.c_str(), "No File selected");
-        EXPECT_EQ(e.value, 0);
-        EXPECT_STREQ(e.file, "mFile/mFile");
     }
     {
         DialogDriver driver(cancelling());
-        mError e = thrownBy([&] { mOutputFile f(&dir, true, nullptr, nullptr, nullptr); });
+        EXPECT_MERROR(mOutputFile f(&dir, true, nullptr, nullptr, nullptr), "No File selected", 0, "mFile/mFile");
         EXPECT_TRUE(driver.finish().found);
-        EXPECT_STREQ(e.message.c_str(), "No File selected");
-        EXPECT_EQ(e.value, 0);
     }
 }
 
 TEST_F(FileDialogTest, SaveGivesANewNameWithoutMakingTheFile) {
-    mFSdir dir(scratch.path().c_str());
+    mFSdir dir(rootOf(scratch).c_str());
     mString title("Store it");
     DialogDriver driver(typing("new.bin"));
     mOutputFile f(&dir, true, nullptr, &title, nullptr);
     const DialogSeen &seen = driver.finish();
 
-    EXPECT_EQ(fullPath(f), scratch.at("new.bin"));
-    EXPECT_FALSE(pathExists(scratch.at("new.bin")));
+    EXPECT_EQ(fullPath(f), scratch.path("new.bin"));
+    EXPECT_FALSE(pathExists(scratch.path("new.bin")));
     EXPECT_EQ(seen.title, "Store it");
     EXPECT_EQ(seen.prompts, 0);
 }
 
 TEST_F(FileDialogTest, SaveAsksBeforeOverwritingOnlyWhenTold) {
-    std::string existing = scratch.file("existing.txt", "keep");
-    mFSdir dir(scratch.path().c_str());
+    std::string existing = makeFile(scratch, "existing.txt", "keep");
+    mFSdir dir(rootOf(scratch).c_str());
     for (bool ask : {true, false}) {
         DialogScript script = typing("existing.txt");
         script.promptAnswer = IDYES;

@@ -1,8 +1,6 @@
 // Directories and disks against real scratch trees.
 #include "FileTestSupport.h"
 
-#include <gtest/gtest.h>
-
 #include <map>
 
 namespace {
@@ -21,11 +19,11 @@ std::map<std::string, char> listing(mFSdir &dir, const mString *pattern) {
 }
 
 TEST(DirectoryContents, ListsEntriesWithTheirKind) {
-    ScratchDir scratch;
-    scratch.file("a.txt", "1");
-    scratch.file("b.dat", "22");
-    scratch.dir("sub");
-    mFSdir dir(scratch.path().c_str());
+    ScratchDir scratch(testName());
+    makeFile(scratch, "a.txt", "1");
+    makeFile(scratch, "b.dat", "22");
+    makeDir(scratch, "sub");
+    mFSdir dir(rootOf(scratch).c_str());
 
     std::map<std::string, char> expected = {{".", 'd'}, {"..", 'd'}, {"a.txt", 'f'}, {"b.dat", 'f'}, {"sub", 'd'}};
     EXPECT_EQ(listing(dir, nullptr), expected);
@@ -38,8 +36,8 @@ TEST(DirectoryContents, ListsEntriesWithTheirKind) {
 }
 
 TEST(DirectoryContents, MissingDirectoryGivesAnEmptyList) {
-    ScratchDir scratch;
-    mFSdir missing(scratch.at("nowhere").c_str());
+    ScratchDir scratch(testName());
+    mFSdir missing(scratch.path("nowhere").c_str());
     std::vector<mFSobject *> *contents = missing.getContents(nullptr);
     ASSERT_NE(contents, nullptr);
     EXPECT_TRUE(contents->empty());
@@ -47,67 +45,67 @@ TEST(DirectoryContents, MissingDirectoryGivesAnEmptyList) {
 }
 
 TEST(DirectoryExists, KindMustMatch) {
-    ScratchDir scratch;
-    std::string file = scratch.file("thing.txt", "x");
-    std::string dir = scratch.dir("folder");
+    ScratchDir scratch(testName());
+    std::string file = makeFile(scratch, "thing.txt", "x");
+    std::string dir = makeDir(scratch, "folder");
     EXPECT_TRUE(mFile(file.c_str()).exists());
     EXPECT_FALSE(mFSdir(file.c_str()).exists());
     EXPECT_TRUE(mFSdir(dir.c_str()).exists());
     EXPECT_FALSE(mFile(dir.c_str()).exists());
-    EXPECT_FALSE(mFile(scratch.at("none.txt").c_str()).exists());
+    EXPECT_FALSE(mFile(scratch.path("none.txt").c_str()).exists());
 }
 
 TEST(DirectoryCreate, MakesEveryMissingLevel) {
-    ScratchDir scratch;
-    mFSdir deep(scratch.at("a\\b\\c").c_str());
+    ScratchDir scratch(testName());
+    mFSdir deep(scratch.path("a\\b\\c").c_str());
     EXPECT_FALSE(deep.exists());
     EXPECT_TRUE(deep.createIfNeeded());
-    EXPECT_TRUE(isDirectory(scratch.at("a\\b")));
-    EXPECT_TRUE(isDirectory(scratch.at("a\\b\\c")));
+    EXPECT_TRUE(isDirectory(scratch.path("a\\b")));
+    EXPECT_TRUE(isDirectory(scratch.path("a\\b\\c")));
     EXPECT_TRUE(deep.createIfNeeded()) << "an existing directory is fine";
 }
 
 TEST(DirectoryCreate, FailsWhenAFileIsInTheWay) {
-    ScratchDir scratch;
-    scratch.file("blocker", "x");
-    mFSdir below(scratch.at("blocker\\sub").c_str());
+    ScratchDir scratch(testName());
+    makeFile(scratch, "blocker", "x");
+    mFSdir below(scratch.path("blocker\\sub").c_str());
     EXPECT_FALSE(below.createIfNeeded());
-    EXPECT_FALSE(isDirectory(scratch.at("blocker\\sub")));
+    EXPECT_FALSE(isDirectory(scratch.path("blocker\\sub")));
 }
 
 TEST(DirectoryRemove, PlainRemovalOnlyTakesAnEmptyDirectory) {
-    ScratchDir scratch;
-    std::string kept = scratch.file("full\\f.txt", "x");
-    mFSdir full(scratch.at("full").c_str());
+    ScratchDir scratch(testName());
+    std::string kept = makeFile(scratch, "full\\f.txt", "x");
+    mFSdir full(scratch.path("full").c_str());
     EXPECT_FALSE(full.removeDir(false));
     EXPECT_TRUE(pathExists(kept));
 
-    mFSdir empty(scratch.dir("empty").c_str());
+    mFSdir empty(makeDir(scratch, "empty").c_str());
     EXPECT_TRUE(empty.removeDir(false));
-    EXPECT_FALSE(pathExists(scratch.at("empty")));
+    EXPECT_FALSE(pathExists(scratch.path("empty")));
 
-    mFSdir missing(scratch.at("missing").c_str());
+    mFSdir missing(scratch.path("missing").c_str());
     EXPECT_TRUE(missing.removeDir(false));
     EXPECT_TRUE(missing.removeDir(true));
 }
 
 TEST(DirectoryRemove, RecursiveRemovalEmptiesTheTreeAndKeepsItsDirectories) {
-    ScratchDir scratch;
-    std::string files[] = {scratch.file("tree\\a.txt", "1"), scratch.file("tree\\x\\b.txt", "2"),
-                           scratch.file("tree\\x\\y\\c.txt", "3")};
-    mFSdir tree(scratch.at("tree").c_str());
+    ScratchDir scratch(testName());
+    std::string files[] = {makeFile(scratch, "tree\\a.txt", "1"), makeFile(scratch, "tree\\x\\b.txt", "2"),
+                           makeFile(scratch, "tree\\x\\y\\c.txt", "3")};
+    mFSdir tree(scratch.path("tree").c_str());
     EXPECT_TRUE(tree.removeDir(true));
     for (const std::string &f : files)
         EXPECT_FALSE(pathExists(f)) << f;
-    EXPECT_TRUE(isDirectory(scratch.at("tree\\x\\y")));
+    EXPECT_TRUE(isDirectory(scratch.path("tree\\x\\y")));
     EXPECT_FALSE(tree.removeDir(false)) << "the subdirectories are still there";
 }
 
 TEST(DirectoryRemove, RecursiveRemovalReportsAFileThatStays) {
-    ScratchDir scratch;
-    std::string locked = scratch.file("tree\\locked.txt", "1");
+    ScratchDir scratch(testName());
+    std::string locked = makeFile(scratch, "tree\\locked.txt", "1");
     SetFileAttributesA(locked.c_str(), FILE_ATTRIBUTE_READONLY);
-    mFSdir tree(scratch.at("tree").c_str());
+    mFSdir tree(scratch.path("tree").c_str());
     EXPECT_FALSE(tree.removeDir(true));
     EXPECT_TRUE(pathExists(locked));
     SetFileAttributesA(locked.c_str(), FILE_ATTRIBUTE_NORMAL);

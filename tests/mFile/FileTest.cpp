@@ -1,9 +1,6 @@
 // Streams on real scratch files: open modes, counts, lines, sizes, positions, rename and remove.
+#include "ExpectError.h"
 #include "FileTestSupport.h"
-
-#include <gtest/gtest.h>
-
-#include <cstring>
 
 namespace {
 
@@ -26,8 +23,8 @@ std::string filterBytes(std::vector<mString> *filters, int size) {
 }
 
 TEST(FileOpen, MissingFileStaysClosed) {
-    ScratchDir scratch;
-    mInputFile f(text(scratch.at("missing.bin")));
+    ScratchDir scratch(testName());
+    mInputFile f(text(scratch.path("missing.bin")));
     EXPECT_FALSE(f.OpenFile(true));
     EXPECT_FALSE(f.isOpen());
     EXPECT_FALSE(f.close());
@@ -35,8 +32,8 @@ TEST(FileOpen, MissingFileStaysClosed) {
 }
 
 TEST(FileOpen, OutputFlagsDecideAboutExistingFiles) {
-    ScratchDir scratch;
-    std::string path = scratch.file("out.txt", "old");
+    ScratchDir scratch(testName());
+    std::string path = makeFile(scratch, "out.txt", "old");
     {
         mOutputFile f(text(path));
         EXPECT_FALSE(f.OpenFile(true, mFile::newFileOnly));
@@ -57,7 +54,7 @@ TEST(FileOpen, OutputFlagsDecideAboutExistingFiles) {
     }
     EXPECT_EQ(readAll(path), "x");
 
-    std::string fresh = scratch.at("fresh.bin");
+    std::string fresh = scratch.path("fresh.bin");
     mOutputFile created(text(fresh));
     ASSERT_TRUE(created.OpenFile(true, mFile::newFileOnly));
     created.close();
@@ -65,8 +62,8 @@ TEST(FileOpen, OutputFlagsDecideAboutExistingFiles) {
 }
 
 TEST(FileOpen, ReadWriteFileIsEmptiedAndServesBothSides) {
-    ScratchDir scratch;
-    std::string path = scratch.file("io.bin", "previous contents");
+    ScratchDir scratch(testName());
+    std::string path = makeFile(scratch, "io.bin", "previous contents");
     mIOFile f(text(path));
     ASSERT_TRUE(f.OpenFile(true));
     EXPECT_EQ(f.getFileSize(), 0u);
@@ -80,32 +77,27 @@ TEST(FileOpen, ReadWriteFileIsEmptiedAndServesBothSides) {
 }
 
 TEST(FileOpen, MisuseIsReported) {
-    ScratchDir scratch;
-    std::string path = scratch.file("m.bin", "data");
+    ScratchDir scratch(testName());
+    std::string path = makeFile(scratch, "m.bin", "data");
     mInputFile in(text(path));
     ASSERT_TRUE(in.OpenFile(true));
-    mError e = thrownBy([&] { in.OpenFile(false); });
-    EXPECT_STREQ(e.message.c_str(), "Attempt to open an opened file!");
-    EXPECT_STREQ(e.file, "mFile/mFile");
+    EXPECT_MERROR(in.OpenFile(false), "Attempt to open an opened file!", 0, "mFile/mFile");
 
-    mOutputFile out(text(scratch.at("o.bin")));
+    mOutputFile out(text(scratch.path("o.bin")));
     ASSERT_TRUE(out.OpenFile(true, mFile::createFile));
-    e = thrownBy([&] { out.OpenFile(true, mFile::appendFile); });
-    EXPECT_STREQ(e.message.c_str(), "Attempt to open already opened file");
+    EXPECT_MERROR(out.OpenFile(true, mFile::appendFile), "Attempt to open already opened file", 0, "mFile/mFile");
 
-    mIOFile io(text(scratch.at("io.bin")));
+    mIOFile io(text(scratch.path("io.bin")));
     ASSERT_TRUE(io.OpenFile(true));
-    e = thrownBy([&] { io.OpenFile(true); });
-    EXPECT_STREQ(e.message.c_str(), "Attempt to open already opened file");
+    EXPECT_MERROR(io.OpenFile(true), "Attempt to open already opened file", 0, "mFile/mFile");
 
-    FileProbe probe(text(scratch.at("p.bin")));
-    e = thrownBy([&] { probe.open(static_cast<mFile::access>(7), true, mFile::createFile); });
-    EXPECT_STREQ(e.message.c_str(), "Invalid file open type.");
-    EXPECT_EQ(e.value, 7);
+    FileProbe probe(text(scratch.path("p.bin")));
+    EXPECT_MERROR(probe.open(static_cast<mFile::access>(7), true, mFile::createFile), "Invalid file open type.", 7,
+                  "mFile/mFile");
     EXPECT_FALSE(probe.isOpen());
     ASSERT_TRUE(probe.open(mFile::writeAccess, true, mFile::createFile));
-    e = thrownBy([&] { probe.open(mFile::readAccess, true, mFile::createFile); });
-    EXPECT_STREQ(e.message.c_str(), "Attempt to open a file twice!");
+    EXPECT_MERROR(probe.open(mFile::readAccess, true, mFile::createFile), "Attempt to open a file twice!", 0,
+                  "mFile/mFile");
 }
 
 TEST(FileOpen, ClosedFilesRefuseStreamWork) {
@@ -123,16 +115,13 @@ TEST(FileOpen, ClosedFilesRefuseStreamWork) {
         {[&] { f.getCurrentPosition(); }, "Access unopened file!"},
         {[&] { f.seekFrom(0, static_cast<mFile::mSeekPos>(9)); }, "Access unopened file!"},
     };
-    for (const Case &c : cases) {
-        mError e = thrownBy(c.call);
-        EXPECT_STREQ(e.message.c_str(), c.message);
-        EXPECT_EQ(e.value, 0);
-    }
+    for (const Case &c : cases)
+        EXPECT_MERROR(c.call(), c.message, 0, "mFile/mFile");
 }
 
 TEST(FileData, ItemsMoveLittleEndian) {
-    ScratchDir scratch;
-    std::string path = scratch.at("le.bin");
+    ScratchDir scratch(testName());
+    std::string path = scratch.path("le.bin");
     {
         mOutputFile f(text(path));
         ASSERT_TRUE(f.OpenFile(true, mFile::createFile));
@@ -159,8 +148,8 @@ TEST(FileData, ItemsMoveLittleEndian) {
 }
 
 TEST(FileData, ShortCountsAtTheEnd) {
-    ScratchDir scratch;
-    std::string path = scratch.file("ten.bin", "0123456789");
+    ScratchDir scratch(testName());
+    std::string path = makeFile(scratch, "ten.bin", "0123456789");
     mInputFile f(text(path));
     ASSERT_TRUE(f.OpenFile(true));
     unsigned long longs[3];
@@ -179,8 +168,8 @@ TEST(FileData, ShortCountsAtTheEnd) {
 }
 
 TEST(FileData, EndOfFileOnlyAfterAReadRunsIntoIt) {
-    ScratchDir scratch;
-    std::string path = scratch.file("three.bin", "abc");
+    ScratchDir scratch(testName());
+    std::string path = makeFile(scratch, "three.bin", "abc");
     mInputFile f(text(path));
     ASSERT_TRUE(f.OpenFile(true));
     char bytes[4];
@@ -191,8 +180,8 @@ TEST(FileData, EndOfFileOnlyAfterAReadRunsIntoIt) {
 }
 
 TEST(FileData, PositionsAndSeeks) {
-    ScratchDir scratch;
-    std::string path = scratch.file("pos.bin", "0123456789");
+    ScratchDir scratch(testName());
+    std::string path = makeFile(scratch, "pos.bin", "0123456789");
     mInputFile f(text(path));
     ASSERT_TRUE(f.OpenFile(true));
     char c = 0;
@@ -203,14 +192,12 @@ TEST(FileData, PositionsAndSeeks) {
     EXPECT_EQ(c, '5');
     EXPECT_FALSE(f.seekFrom(-1, mFile::seekStart));
 
-    mError e = thrownBy([&] { f.seekFrom(0, static_cast<mFile::mSeekPos>(3)); });
-    EXPECT_STREQ(e.message.c_str(), "Bad seek position argument");
-    EXPECT_EQ(e.value, 3);
+    EXPECT_MERROR(f.seekFrom(0, static_cast<mFile::mSeekPos>(3)), "Bad seek position argument", 3, "mFile/mFile");
 }
 
 TEST(FileData, SizeLeavesPositionAndStateAlone) {
-    ScratchDir scratch;
-    std::string path = scratch.file("size.bin", std::string(1234, 'x'));
+    ScratchDir scratch(testName());
+    std::string path = makeFile(scratch, "size.bin", std::string(1234, 'x'));
     mInputFile f(text(path));
     EXPECT_EQ(f.getFileSize(), 1234u);
     EXPECT_FALSE(f.isOpen());
@@ -220,14 +207,14 @@ TEST(FileData, SizeLeavesPositionAndStateAlone) {
     EXPECT_EQ(f.getFileSize(), 1234u);
     EXPECT_EQ(f.getCurrentPosition(), 100);
 
-    mInputFile missing(text(scratch.at("none.bin")));
+    mInputFile missing(text(scratch.path("none.bin")));
     EXPECT_EQ(missing.getFileSize(), 0u);
     EXPECT_FALSE(missing.isOpen());
 }
 
 TEST(FileLines, CarriageReturnsDependOnTheMode) {
-    ScratchDir scratch;
-    std::string path = scratch.file("lines.txt", "one\r\ntwo\n\nlast");
+    ScratchDir scratch(testName());
+    std::string path = makeFile(scratch, "lines.txt", "one\r\ntwo\n\nlast");
 
     mInputFile binary(text(path));
     ASSERT_TRUE(binary.OpenFile(true));
@@ -246,11 +233,11 @@ TEST(FileLines, CarriageReturnsDependOnTheMode) {
 }
 
 TEST(FileLines, LongLinesComeInPieces) {
-    ScratchDir scratch;
+    ScratchDir scratch(testName());
     std::string line(2500, 'q');
     line[0] = 'A';
     line[1023] = 'B';
-    std::string path = scratch.file("long.txt", line + "\nnext\n");
+    std::string path = makeFile(scratch, "long.txt", line + "\nnext\n");
     mInputFile f(text(path));
     ASSERT_TRUE(f.OpenFile(true));
     mString first = f.readLine();
@@ -265,9 +252,9 @@ TEST(FileLines, LongLinesComeInPieces) {
 }
 
 TEST(FileLines, WrittenLinesEndByTheMode) {
-    ScratchDir scratch;
-    std::string textPath = scratch.at("t.txt");
-    std::string binaryPath = scratch.at("b.txt");
+    ScratchDir scratch(testName());
+    std::string textPath = scratch.path("t.txt");
+    std::string binaryPath = scratch.path("b.txt");
     {
         mOutputFile t(text(textPath));
         ASSERT_TRUE(t.OpenFile(false, mFile::createFile));
@@ -283,8 +270,8 @@ TEST(FileLines, WrittenLinesEndByTheMode) {
 }
 
 TEST(FileLifetime, CopiesAreClosedAndDestructionCloses) {
-    ScratchDir scratch;
-    std::string path = scratch.file("c.bin", "content");
+    ScratchDir scratch(testName());
+    std::string path = makeFile(scratch, "c.bin", "content");
     mInputFile original(text(path));
     ASSERT_TRUE(original.OpenFile(true));
     mInputFile copy(original);
@@ -295,12 +282,12 @@ TEST(FileLifetime, CopiesAreClosedAndDestructionCloses) {
     EXPECT_STREQ(fromFile.getFullPath().c_str(), path.c_str());
     EXPECT_TRUE(original.isOpen());
 
-    mInputFile other(text(scratch.at("other.bin")));
+    mInputFile other(text(scratch.path("other.bin")));
     original = other;
     EXPECT_FALSE(original.isOpen()) << "assignment leaves no stream behind";
     EXPECT_STREQ(original.getFullPath().c_str(), other.getFullPath().c_str());
 
-    std::string written = scratch.at("w.bin");
+    std::string written = scratch.path("w.bin");
     {
         mOutputFile f(text(written));
         ASSERT_TRUE(f.OpenFile(true, mFile::createFile));
@@ -312,31 +299,31 @@ TEST(FileLifetime, CopiesAreClosedAndDestructionCloses) {
 }
 
 TEST(FileNames, RenameStaysInItsDirectory) {
-    ScratchDir scratch;
-    std::string oldPath = scratch.file("d\\old.txt", "x");
-    scratch.file("d\\taken.txt", "y");
-    scratch.dir("elsewhere");
+    ScratchDir scratch(testName());
+    std::string oldPath = makeFile(scratch, "d\\old.txt", "x");
+    makeFile(scratch, "d\\taken.txt", "y");
+    makeDir(scratch, "elsewhere");
     mInputFile f(text(oldPath));
 
     EXPECT_FALSE(f.rename("..\\elsewhere\\moved.txt"));
-    EXPECT_FALSE(f.rename(text(scratch.at("moved.txt"))));
+    EXPECT_FALSE(f.rename(text(scratch.path("moved.txt"))));
     EXPECT_FALSE(f.rename("taken.txt"));
     ASSERT_TRUE(f.OpenFile(true));
     EXPECT_FALSE(f.rename("new.txt"));
     f.close();
     EXPECT_TRUE(pathExists(oldPath));
-    EXPECT_EQ(readAll(scratch.at("d\\taken.txt")), "y");
+    EXPECT_EQ(readAll(scratch.path("d\\taken.txt")), "y");
 
     EXPECT_TRUE(f.rename("new.txt"));
-    EXPECT_STREQ(f.getFullPath().c_str(), scratch.at("d\\new.txt").c_str());
+    EXPECT_STREQ(f.getFullPath().c_str(), scratch.path("d\\new.txt").c_str());
     EXPECT_STREQ(f.getName().c_str(), "new.txt");
     EXPECT_FALSE(pathExists(oldPath));
-    EXPECT_EQ(readAll(scratch.at("d\\new.txt")), "x");
+    EXPECT_EQ(readAll(scratch.path("d\\new.txt")), "x");
 }
 
 TEST(FileNames, RemoveOnlyWhenClosed) {
-    ScratchDir scratch;
-    std::string path = scratch.file("gone.txt", "x");
+    ScratchDir scratch(testName());
+    std::string path = makeFile(scratch, "gone.txt", "x");
     mInputFile f(text(path));
     ASSERT_TRUE(f.OpenFile(true));
     EXPECT_FALSE(f.remove());

@@ -1,43 +1,30 @@
 #include "FileTestSupport.h"
-#include "mUtil/mModule.h"
-#include "mWindow/mFrame.h"
 
 #include <cstdio>
-#include <direct.h>
 #include <filesystem>
 #include <set>
 
 // ---- Scratch trees
 
-ScratchDir::ScratchDir() {
-    static int made = 0;
-    char cwd[MAX_PATH] = "";
-    _getcwd(cwd, sizeof cwd);
-    root = std::string(cwd) + "\\mFileScratch_" + std::to_string(GetCurrentProcessId()) + "_" +
-           std::to_string(++made);
-    std::filesystem::create_directories(root);
+std::string testName() {
+    const ::testing::TestInfo *test = ::testing::UnitTest::GetInstance()->current_test_info();
+    return std::string(test->test_suite_name()) + "-" + test->name();
 }
 
-ScratchDir::~ScratchDir() {
-    std::error_code ignored;
-    std::filesystem::remove_all(root, ignored);
+std::string rootOf(const ScratchDir &scratch) {
+    std::string root = scratch.path("");
+    root.pop_back();
+    return root;
 }
 
-std::string ScratchDir::at(const std::string &relative) const { return root + "\\" + relative; }
-
-std::string ScratchDir::file(const std::string &relative, const std::string &bytes) const {
-    std::string full = at(relative);
+std::string makeFile(const ScratchDir &scratch, const std::string &relative, const std::string &bytes) {
+    std::string full = scratch.path(relative);
     std::filesystem::create_directories(std::filesystem::path(full).parent_path());
-    std::FILE *f = std::fopen(full.c_str(), "wb");
-    if (f) {
-        std::fwrite(bytes.data(), 1, bytes.size(), f);
-        std::fclose(f);
-    }
-    return full;
+    return scratch.write(relative, std::vector<unsigned char>(bytes.begin(), bytes.end()));
 }
 
-std::string ScratchDir::dir(const std::string &relative) const {
-    std::string full = at(relative);
+std::string makeDir(const ScratchDir &scratch, const std::string &relative) {
+    std::string full = scratch.path(relative);
     std::filesystem::create_directories(full);
     return full;
 }
@@ -71,26 +58,18 @@ std::string executableDirectory() {
 
 std::string fullPath(mFSobject &o) { return o.getFullPath().c_str(); }
 
-mError thrownBy(const std::function<void()> &call) {
-    try {
-        call();
-    } catch (const mError &e) {
-        return e;
-    }
-    return mError("nothing thrown");
-}
-
 // ---- The application
 
-mApp &testApp() {
-    static mApp *app = nullptr;
-    if (!app) {
-        // They live as long as the process: the search path tests share them.
-        app = new mApp("VelnorFileTests");
-        mModule *module = new mModule(reinterpret_cast<SYSTEM_INFO_STRUCT *>(GetModuleHandleA(nullptr)));
-        new mMainFrame(app, module, mRect(20, 20, 420, 320), mFrame::TITLE_BAR, "File tests", 0);
-    }
-    return *app;
+void FileAppFixture::SetUp() {
+    vt::AppFixture::SetUp();
+    frame = new vt::TestFrame(app);
+}
+
+void FileAppFixture::TearDown() {
+    // The frame's end pops its state before the application goes.
+    DestroyWindow(reinterpret_cast<HWND>(frame->getPeer()));
+    vt::drainMessages();
+    vt::AppFixture::TearDown();
 }
 
 // ---- The dialog driver

@@ -1,32 +1,20 @@
-// Helpers of the file tests: scratch trees on the real disk, the one application of the
-// test program, a guard for its search path, and a driver for the platform's file dialogs.
+// Helpers of the file tests: scratch trees on the real disk, an application whose search path
+// starts with the test program's directory, and a driver for the platform's file dialogs.
 #pragma once
-#include "mFile/mFile.h"
-#include "mUtil/mApp.h"
+#include "ScratchDir.h"
+#include "VelnorTest.h"
 
-#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
-#include <windows.h>
 
-// A directory below the working directory, made fresh and removed with everything in it.
-class ScratchDir {
-public:
-    ScratchDir();
-    ~ScratchDir();
-    // Full path of a name inside, which may hold backslashes.
-    std::string at(const std::string &relative) const;
-    // Writes the bytes as they are, making the directories on the way; gives the full path.
-    std::string file(const std::string &relative, const std::string &bytes) const;
-    std::string dir(const std::string &relative) const;
-    const std::string &path() const { return root; }
-
-private:
-    ScratchDir(const ScratchDir &);
-    ScratchDir &operator=(const ScratchDir &);
-    std::string root;
-};
+// A name for the scratch directory of the running test.
+std::string testName();
+// The scratch directory itself, without a trailing separator.
+std::string rootOf(const ScratchDir &scratch);
+// Writes the bytes as they are, making the directories on the way; gives the full path.
+std::string makeFile(const ScratchDir &scratch, const std::string &relative, const std::string &bytes);
+std::string makeDir(const ScratchDir &scratch, const std::string &relative);
 
 bool pathExists(const std::string &path);
 bool isDirectory(const std::string &path);
@@ -34,27 +22,20 @@ std::string readAll(const std::string &path);
 std::string executableDirectory();
 std::string fullPath(mFSobject &o);
 
-// The mError that the call throws; one with the message "nothing thrown" when it throws none.
-mError thrownBy(const std::function<void()> &call);
-
-// The application of the test program, made on first use: a main frame whose module is the
-// test executable, so that the search path starts with the directory of the executable.
-mApp &testApp();
-
-// Restores the search path of the current state as it was.
-class SearchPathGuard {
-public:
-    SearchPathGuard() : saved(testApp().getFileSearchPath()) {}
-    ~SearchPathGuard() { testApp().getFileSearchPath() = saved; }
-
-private:
-    std::vector<mFSdir> saved;
+// A test with an application of its own whose main frame's module is the test program, so that
+// the file search path starts with the program's directory.
+class FileAppFixture : public vt::AppFixture {
+protected:
+    FileAppFixture() : vt::AppFixture("VelnorFileTests") {}
+    void SetUp() override;
+    void TearDown() override;
+    vt::TestFrame *frame = nullptr;
 };
 
 // What the test wants done with the next file dialog of this process.
 struct DialogScript {
     bool cancel = false;
-    std::string typeName;       // typed into the name field before pressing OK
+    std::string typeName;           // typed into the name field before pressing OK
     int promptAnswer = IDOK;        // the button pressed on a box that comes up after OK
     bool cancelAfterPrompt = false; // the dialog is cancelled once a prompt was answered
 };

@@ -1,7 +1,6 @@
 // Parsing of paths into volume, directory path and name, and the name patterns.
+#include "ExpectError.h"
 #include "FileTestSupport.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -49,14 +48,9 @@ TEST(PathParsing, DotsAsTheLastNodeStayTheName) {
 }
 
 TEST(PathParsing, ClimbingAboveTheVolumeIsRefused) {
-    mError e = thrownBy([] { mFile f("C:\\..\\b"); });
-    EXPECT_STREQ(e.message.c_str(), "Bad File system path!");
-    EXPECT_EQ(e.value, 0);
-    EXPECT_STREQ(e.file, "mFile/mFSobject");
-
+    EXPECT_MERROR(mFile f("C:\\..\\b"), "Bad File system path!", 0, "mFile/mFSobject");
     mFSdir base("C:\\x");
-    e = thrownBy([&] { mFile f(base, "..\\..\\y"); });
-    EXPECT_STREQ(e.message.c_str(), "Bad File system path!");
+    EXPECT_MERROR(mFile f(base, "..\\..\\y"), "Bad File system path!", 0, "mFile/mFSobject");
 }
 
 TEST(PathParsing, UncNamesKeepServerAndShareAsTheVolume) {
@@ -72,11 +66,8 @@ TEST(PathParsing, UncNamesKeepServerAndShareAsTheVolume) {
 }
 
 TEST(PathParsing, ServerWithoutShareIsMalformed) {
-    for (const char *text : {"\\\\srv", "\\\\srv\\"}) {
-        mError e = thrownBy([&] { mFSdir d(text); });
-        EXPECT_STREQ(e.message.c_str(), "Malformed UNC file path") << text;
-        EXPECT_STREQ(e.file, "mFile/mFSobject") << text;
-    }
+    EXPECT_MERROR(mFSdir d("\\\\srv"), "Malformed UNC file path", 0, "mFile/mFSobject");
+    EXPECT_MERROR(mFSdir d("\\\\srv\\"), "Malformed UNC file path", 0, "mFile/mFSobject");
 }
 
 TEST(PathParsing, AbsolutePathsAreDriveLettersWithASeparatorOrTwoBackslashes) {

@@ -1,38 +1,37 @@
 // Relative names resolved through the application: its directory and its file search path.
+#include "ExpectError.h"
 #include "FileTestSupport.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 
-// Two scratch directories appended to the search path for the length of a test.
-class SearchPathTest : public ::testing::Test {
+// Two scratch directories behind the application directory on the search path.
+class SearchPathTest : public FileAppFixture {
 protected:
-    SearchPathTest() : before(testApp().getFileSearchPath().size()) {
-        testApp().appendFileSearchPath(mFSdir(first.path().c_str()));
-        testApp().appendFileSearchPath(mFSdir(second.path().c_str()));
+    SearchPathTest() : first(testName() + "-1"), second(testName() + "-2") {}
+    void SetUp() override {
+        FileAppFixture::SetUp();
+        app->appendFileSearchPath(mFSdir(rootOf(first).c_str()));
+        app->appendFileSearchPath(mFSdir(rootOf(second).c_str()));
     }
-    SearchPathGuard guard;
-    size_t before;
     ScratchDir first;
     ScratchDir second;
 };
 
 TEST_F(SearchPathTest, TheFirstEntryIsTheExecutablesDirectory) {
-    std::vector<mFSdir> &dirs = testApp().getFileSearchPath();
-    ASSERT_EQ(dirs.size(), before + 2);
-    mFSdir app = testApp().getAppDirectory();
-    EXPECT_EQ(fullPath(app), executableDirectory());
+    std::vector<mFSdir> &dirs = app->getFileSearchPath();
+    ASSERT_EQ(dirs.size(), 3u);
+    mFSdir appDir = app->getAppDirectory();
+    EXPECT_EQ(fullPath(appDir), executableDirectory());
     EXPECT_EQ(fullPath(dirs[0]), executableDirectory());
 }
 
 TEST_F(SearchPathTest, InputFilesTakeTheFirstDirectoryThatHasThem) {
-    first.file("both.txt", "1");
-    std::string inSecond = second.file("both.txt", "2");
-    std::string onlySecond = second.file("nested\\only.txt", "3");
+    makeFile(first, "both.txt", "1");
+    std::string inSecond = makeFile(second, "both.txt", "2");
+    std::string onlySecond = makeFile(second, "nested\\only.txt", "3");
 
     mInputFile both("both.txt");
-    EXPECT_EQ(fullPath(both), first.at("both.txt"));
+    EXPECT_EQ(fullPath(both), first.path("both.txt"));
     ASSERT_TRUE(both.OpenFile(true));
     char c = 0;
     both.readBytes(&c, 1);
@@ -45,13 +44,13 @@ TEST_F(SearchPathTest, InputFilesTakeTheFirstDirectoryThatHasThem) {
     EXPECT_EQ(fullPath(nowhere), executableDirectory() + "\\sp_not_anywhere.txt");
     EXPECT_FALSE(nowhere.exists());
 
-    mFSdir secondDir(second.path().c_str());
+    mFSdir secondDir(rootOf(second).c_str());
     mInputFile based(secondDir, "both.txt");
     EXPECT_EQ(fullPath(based), inSecond) << "a base is not searched";
 }
 
 TEST_F(SearchPathTest, OtherObjectsLieInTheApplicationDirectory) {
-    second.file("out.txt", "x");
+    makeFile(second, "out.txt", "x");
     mOutputFile out("out.txt");
     EXPECT_EQ(fullPath(out), executableDirectory() + "\\out.txt");
     mIOFile io("sub\\io.bin");
@@ -61,47 +60,36 @@ TEST_F(SearchPathTest, OtherObjectsLieInTheApplicationDirectory) {
 }
 
 TEST_F(SearchPathTest, DirectoriesAndFilesAreFoundAsTheirKind) {
-    first.file("thing", "a file");
-    second.dir("thing");
+    makeFile(first, "thing", "a file");
+    makeDir(second, "thing");
     mFSdir dir("thing");
-    EXPECT_EQ(fullPath(dir), second.at("thing"));
+    EXPECT_EQ(fullPath(dir), second.path("thing"));
     mInputFile file("thing");
-    EXPECT_EQ(fullPath(file), first.at("thing"));
+    EXPECT_EQ(fullPath(file), first.path("thing"));
 }
 
 TEST_F(SearchPathTest, UnparsableCandidatesAreSkippedOnlyByInputFiles) {
-    std::vector<mFSdir> &dirs = testApp().getFileSearchPath();
-    std::string child = first.dir("child");
+    std::vector<mFSdir> &dirs = app->getFileSearchPath();
+    std::string child = makeDir(first, "child");
     dirs.clear();
     dirs.push_back(mFSdir("C:\\"));
     dirs.push_back(mFSdir(child.c_str()));
-    std::string target = first.file("up.txt", "x");
+    std::string target = makeFile(first, "up.txt", "x");
 
     mInputFile found("..\\up.txt");
     EXPECT_EQ(fullPath(found), target);
 
-    mError e = thrownBy([] { mFSdir d("..\\up"); });
-    EXPECT_STREQ(e.message.c_str(), "Bad File system path!");
-
-    e = thrownBy([] { mInputFile f("..\\missing.txt"); });
-    EXPECT_STREQ(e.message.c_str(), "Bad File system path!") << "the first directory is used when none has it";
+    EXPECT_MERROR(mFSdir d("..\\up"), "Bad File system path!", 0, "mFile/mFSobject");
+    // Found nowhere, the name is parsed in the first directory all the same.
+    EXPECT_MERROR(mInputFile f("..\\missing.txt"), "Bad File system path!", 0, "mFile/mFSobject");
 }
 
 TEST_F(SearchPathTest, AnEmptySearchPathIsAnError) {
-    testApp().getFileSearchPath().clear();
-    for (int kind = 0; kind < 2; ++kind) {
-        mError e = thrownBy([&] {
-            if (kind == 0)
-                mInputFile f("x.txt");
-            else
-                mFSdir d("x");
-        });
-        EXPECT_STREQ(e.message.c_str(), "invalid vector<T> subscript");
-        ASSERT_NE(e.file, nullptr);
-        EXPECT_STREQ(e.file, "") << "the one-field form names no source";
-        EXPECT_EQ(e.line, 0u);
-    }
-    std::string absolute = first.file("abs.txt", "x");
+    app->getFileSearchPath().clear();
+    // The one-field form: no value and an empty source.
+    EXPECT_MERROR(mInputFile f("x.txt"), "invalid vector<T> subscript", 0, "");
+    EXPECT_MERROR(mFSdir d("x"), "invalid vector<T> subscript", 0, "");
+    std::string absolute = makeFile(first, "abs.txt", "x");
     mInputFile f(absolute.c_str());
     EXPECT_TRUE(f.exists());
 }
