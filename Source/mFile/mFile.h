@@ -43,6 +43,8 @@ protected:
     std::FILE *stream;
 };
 
+// The input, output and read-write constructors settle the path in their bodies, so that a class
+// derived from them gets it without constructing the shared mFile base itself.
 class VELNOR_API mInputFile : public virtual mFile {
 public:
     // A relative path is looked for along the application's file search path.
