@@ -74,7 +74,7 @@ velnor_session_begin() {
     velnor_route_sound
     velnor_prepare_prefix
     # The server outlives a run by a minute, so that runs in a row share it, and then ends by itself.
-    wineserver -p60 >/dev/null 2>&1
+    wineserver -p60 >/dev/null 2>&1 || true  # a server of an earlier run may still be up
     export VELNOR_SESSION=$$
     VELNOR_SESSION_OWNER=1
 }

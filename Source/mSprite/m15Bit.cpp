@@ -2,6 +2,7 @@
 
 #include "mSprite/m8Bit.h"
 #include "mSprite/m8BitRLE.h"
+#include "mSprite/mTransform.h"
 #include "mUtil/mModule.h"
 #include "mWindow/mPalette.h"
 
@@ -255,4 +256,42 @@ void m15Bit::writeStdImage(const unsigned short *image, const mSize &imageSize, 
     if (clear & 0x8000)
         clear = getTransparent().getRGB15();
     writeStandard(image, imageSize, area, position, keepTarget, clear, [](unsigned w) { return (unsigned short)w; });
+}
+
+// ---- Transformed copies and hit tests.
+
+void m15Bit::copy(const mBitMap *source, mRect area, mRect clip, mPoint position, mFPoint origin,
+                  const mTransform &t) {
+    if (!source || !clipToImage(area))
+        return;
+    const mBHeader &s = *source->getHeader();
+    unsigned short *bottomLine = row(area.bottom - 1);
+    const long targetLine = header->lineBytes / 2;
+    if (source->getBitmapType() == bitmap15) {
+        if (!holdsRows(*source, 2))
+            return;
+        const unsigned short *words = static_cast<const unsigned short *>(source->getData());
+        const m15Bit *colours = dynamic_cast<const m15Bit *>(source);
+        const unsigned skip = colours && colours->hasTransparency() ? colours->transparent : words[0];
+        mTransformWalk(area, clip, source->getSize(), position, origin, t)
+            .draw(words, s.lineBytes / 2, skip, bottomLine, targetLine);
+        return;
+    }
+    if (source->getBitmapType() != bitmap8)
+        VELNOR_THROW("Unsupported transform copy into 15 bit uncompressed image", 0);
+    if (!mappingTable)
+        VELNOR_THROW("Conversion palette required for 8 bit to 15 bit image copy", 0);
+    if (!holdsRows(*source, 1))
+        return;
+    // The first stored pixel is the background here, whatever the source's transparent says.
+    const unsigned char *pixels = static_cast<const unsigned char *>(source->getData());
+    mTransformWalk(area, clip, source->getSize(), position, origin, t)
+        .draw(pixels, s.lineBytes, pixels[0], mappingTable, bottomLine, targetLine);
+}
+
+bool m15Bit::isSolid(mPoint p, const mRect &frame, mFPoint origin, const mTransform &t) {
+    mPoint pixel;
+    if (!t.framePixel(p, frame, origin, pixel) || !mRect(0, 0, header->width, header->height).hasPoint(pixel))
+        return false;
+    return !hasTransparency() || (holdsRows(*this, 2) && row(pixel.y)[pixel.x] != transparent);
 }

@@ -15,9 +15,10 @@ public:
     mBitMap *load(const void *data, long length, bool fileHeader) override;
     void flip() override;
     bool hasTransparency() const override { return transparent < 65535; }
-    using mBitMap::isSolid;
+    bool isSolid(mPoint p, const mRect &frame, mFPoint origin, const mTransform &t) override;
     bool isSolid(mPoint p) override;
-    using mBitMap::copy;
+    void copy(const mBitMap *source, mRect area, mRect clip, mPoint position, mFPoint origin,
+              const mTransform &t) override;
     void copy(const mBitMap *source, mRect sourceRect, mPoint position) override;
     mBitMap *createBlank(int bits, const mSize &size, const mPalette *palette) override;
     BitmapType getBitmapType() const override { return bitmap15; }

@@ -2,6 +2,7 @@
 
 #include "mSprite/m15Bit.h"
 #include "mSprite/m8BitRLE.h"
+#include "mSprite/mTransform.h"
 #include "mUtil/mModule.h"
 #include "mWindow/mPalette.h"
 
@@ -424,4 +425,49 @@ void m8Bit::writeStdImage(const unsigned short *image, const mSize &imageSize, c
     const unsigned char clear = (unsigned char)(hasTransparency() ? transparent : conversionIndex);
     const unsigned char *map = mapping;
     writeStandard(image, imageSize, area, position, keepTarget, clear, [map](unsigned w) { return map[keyOf15(w)]; });
+}
+
+// ---- Transformed copies and hit tests.
+
+void m8Bit::copy(const mBitMap *source, mRect area, mRect clip, mPoint position, mFPoint origin,
+                 const mTransform &t) {
+    if (!source || !clipToImage(area))
+        return;
+    const mBHeader &s = *source->getHeader();
+    unsigned char *bottomLine = row(area.bottom - 1);
+    if (source->getBitmapType() == bitmap15) {
+        const m15Bit *colours = dynamic_cast<const m15Bit *>(source);
+        if (!colours)
+            VELNOR_THROW("Unsupported transform copy into 8 bit uncompressed image", 0);
+        if (!mapping)
+            VELNOR_THROW("m8Bit::setMapping() not called before copy 15 bit source", 0);
+        if (!holdsRows(*source, 2))
+            return;
+        // No pixel word reaches 0x10000, so a source without transparency skips nothing.
+        const unsigned skip = colours->hasTransparency() ? colours->transparent : 0x10000;
+        mTransformWalk(area, clip, source->getSize(), position, origin, t)
+            .draw(static_cast<const unsigned short *>(source->getData()), s.lineBytes / 2, skip, mapping, bottomLine,
+                  header->lineBytes);
+        return;
+    }
+    if (s.bits != 8 || s.compression != 0)
+        VELNOR_THROW("Unsupported transform copy into 8 bit uncompressed image", 0);
+    if (!holdsRows(*source, 1))
+        return;
+    const unsigned char *pixels = static_cast<const unsigned char *>(source->getData());
+    // Without a transparent value of its own, the first stored pixel stands for the background.
+    const m8Bit *plain = dynamic_cast<const m8Bit *>(source);
+    const unsigned skip = plain && plain->hasTransparency() ? (unsigned char)plain->transparent : pixels[0];
+    mTransformWalk(area, clip, source->getSize(), position, origin, t)
+        .draw(pixels, s.lineBytes, skip, bottomLine, header->lineBytes);
+}
+
+// Solid where the pixel differs from the first stored one; the transparent value plays no
+// part here.
+bool m8Bit::isSolid(mPoint p, const mRect &frame, mFPoint origin, const mTransform &t) {
+    mPoint pixel;
+    if (!t.framePixel(p, frame, origin, pixel) || !holdsRows(*this, 1) ||
+        !mRect(0, 0, header->width, header->height).hasPoint(pixel))
+        return false;
+    return row(pixel.y)[pixel.x] != data[0];
 }

@@ -4,6 +4,7 @@
 #include "mUtil/mError.h"
 #include "mUtil/mGeometry.h"
 #include "mWindow/mColor.h"
+#include "mWindow/mGraphics.h"
 
 #include <cstddef>
 #include <vector>
@@ -177,8 +178,9 @@ private:
     mBitMap &operator=(const mBitMap &);
 };
 
-// The format of last resort: it takes every block and refuses it with an error.
-class VELNOR_API mGenericBitMap : public mBitMap {
+// The format of last resort: it takes every block and refuses it with an error. Like the
+// memory images it is a surface too, one without a context.
+class VELNOR_API mGenericBitMap : public mBitMap, public mGraphics {
 public:
     mGenericBitMap();
     ~mGenericBitMap() override;

@@ -1,4 +1,5 @@
 #include "mWindow/mColor.h"
+#include "mWindow/mGraphics.h"
 
 #include <windows.h>
 
@@ -7,6 +8,14 @@
 static const char srcPath[] = "mWindow/mColor";
 
 static_assert(sizeof(mColor) == 4, "a colour is four bytes: red, green, blue, flag");
+
+mColor::mColor(mGraphics *graphics, const mColor &color) : mColor(color) {
+    if (!graphics)
+        return;
+    const COLORREF nearest = GetNearestColor(reinterpret_cast<HDC>(graphics->getPeer()), RGB(red, green, blue));
+    if (nearest != CLR_INVALID)
+        setPeerColor(&nearest);
+}
 
 mColor &mColor::setRGB(unsigned long rgb) {
     red = (unsigned char)(rgb >> 16);

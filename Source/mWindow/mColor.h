@@ -2,6 +2,8 @@
 #pragma once
 #include "mUtil/mDefs.h"
 
+class mGraphics;
+
 class VELNOR_API mColor {
 public:
     // The platform's system colours, by the library's own numbering.
@@ -35,6 +37,9 @@ public:
     mColor(int red, int green, int blue)
         : red((unsigned char)red), green((unsigned char)green), blue((unsigned char)blue), transparent(false) {}
     mColor(SYSCOLOR color) { setSysColor(color); }
+    // The nearest colour that a surface can show, keeping the flag of `color`; with no
+    // surface, `color` itself.
+    mColor(mGraphics *graphics, const mColor &color);
 
     unsigned char getRed() const { return red; }
     unsigned char getGreen() const { return green; }

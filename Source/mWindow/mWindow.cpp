@@ -71,11 +71,11 @@ mWindow::mWindow(mWindow *parent, SYSTEM_INFO_STRUCT *foreign) : mWindow(parent)
     gone = true;
 }
 
-mWindow::mWindow(const mWindow &w) : palette(nullptr) { *this = w; }
+// A copy shares the peer; its paint record and palette copy are its own.
+mWindow::mWindow(const mWindow &w) : mWindow(w.parent) { *this = w; }
 
 mWindow &mWindow::operator=(const mWindow &w) {
     peer = w.peer;
-    paintInfo = w.paintInfo;
     graphics = w.graphics;
     setPalette(w.palette);
     cursor = w.cursor;
