@@ -14,7 +14,9 @@ unsigned long tableRGB(const Peek8 &image, int i) {
     return mColor(q.rgbRed, q.rgbGreen, q.rgbBlue).getRGB();
 }
 
-TEST(MemImage, OneBlockServesTheImageTheSurfaceAndTheBlitters) {
+// Drawing through the surface lands in the image's block (the drawing tests read it back, and
+// the copies read 15-bit images with padded rows); here the way round, from data to surface.
+TEST(MemImage, OneBlockServesTheImageAndTheSurface) {
     mPalette palette = plainPalette();
     Peek8 *image = new Peek8(nullptr, mSize(5, 3), &palette);
     EXPECT_EQ(image->getData(), image->getDIBPtr());
@@ -22,40 +24,10 @@ TEST(MemImage, OneBlockServesTheImageTheSurfaceAndTheBlitters) {
     EXPECT_EQ(24, head(*image).dataSize);
     EXPECT_EQ(16, image->getColors());
     EXPECT_FALSE(image->isMatch());
-
-    // A pixel written as image data is seen by the surface, and the other way round.
     px8(*image, 4, 0) = red;
     EXPECT_EQ((COLORREF)RGB(255, 0, 0), GetPixel(image->dc(), 4, 0));
     EXPECT_EQ((COLORREF)RGB(0, 0, 0), GetPixel(image->dc(), 3, 0));
-    mBrush brush(mColor(255, 255, 0));
-    image->setBrush(&brush);
-    image->fillRect(mRect(1, 2, 3, 3));
-    image->flush();
-    EXPECT_EQ("....2\n.....\n.55..\n", picture(*image, black));
-
-    // The blitters work on the same block, and a memory image is a source like any other.
-    Owned<m8Bit> sprite = make8(3, 2, &palette, [](long x, long) { return x == 1 ? black : green; });
-    sprite->setTransparent(black);
-    image->copy(sprite.get(), mRect(0, 0, 3, 2), mPoint(2, 0));
-    EXPECT_EQ("..3.3\n..3.3\n.55..\n", picture(*image, black));
-    EXPECT_EQ((COLORREF)RGB(0, 255, 0), GetPixel(image->dc(), 4, 1));
-    Owned<m8Bit> plain(new m8Bit(mSize(5, 3), &palette));
-    plain->copy(image, mRect(0, 0, 5, 3), mPoint(0, 0));
-    EXPECT_EQ(blockOf(*image), blockOf(*plain));
-
-    // A counted memory image lives until its last use is given back.
-    image->use();
     image->free();
-    EXPECT_EQ(green, px8(*image, 4, 1));
-    image->free();
-
-    Peek15 *wide = new Peek15(nullptr, mSize(5, 2));
-    EXPECT_EQ(wide->getData(), wide->getDIBPtr());
-    EXPECT_EQ(12, wide->getLineBytes());
-    EXPECT_EQ(0, wide->getColors());
-    px15(*wide, 2, 1) = mColor(255, 0, 0).getRGB15();
-    EXPECT_EQ((COLORREF)RGB(255, 0, 0), GetPixel(wide->dc(), 2, 1));
-    wide->free();
 }
 
 TEST(MemImage, CopyPaletteRewritesTheSurfaceTable) {

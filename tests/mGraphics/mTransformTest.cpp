@@ -144,6 +144,9 @@ TEST(TransformCopy, SmallCopiesLandPixelForPixel) {
             << "rotation " << c.t.getRotation() << " shear " << c.t.getShear() << " scale " << c.t.getScaleX();
 }
 
+// The walk divides by 0.999 of each length, so that the identity steps 65601 rather than
+// 65536: column x reads column trunc(x * 65601 / 65536), the last column of a small image is
+// reached from inside, and past a thousand pixels the walker leaves before the last column.
 TEST(TransformCopy, TheIdentityStepsAThousandthLong) {
     const mTransformWalk walk(mRect(0, 0, 100, 100), mRect(0, 0, 100, 100), mSize(100, 100), mPoint(0, 0),
                               mFPoint(0, 0), mTransform());
@@ -151,31 +154,14 @@ TEST(TransformCopy, TheIdentityStepsAThousandthLong) {
     EXPECT_EQ(65601, walk.rowStepY);
     EXPECT_EQ(0, walk.rowStepX | walk.colStepY | walk.col | walk.row);
 
-    // A falling walk starts just below the boundary.
-    const mTransformWalk turned(mRect(0, 0, 3, 4), mRect(0, 0, 4, 3), mSize(4, 3), mPoint(0, 0), mFPoint(3, 0),
-                                mTransform(90, 0, 1, 1));
-    EXPECT_EQ(-65601, turned.colStepY);
-    EXPECT_EQ(65601, turned.rowStepX);
-    EXPECT_EQ(4 * 65536 - 1, turned.col);
-
-    // Column x of the identity reads column trunc(x * 65601 / 65536): the same as a plain
-    // copy below a thousand pixels, with the last column reached from inside.
-    Owned<m8Bit> source = make8(100, 100, nullptr, [](long x, long y) { return (x * 7 + y * 3) % 250 + 1; });
-    source->setTransparent(5);
-    Owned<m8Bit> viaWalk(new m8Bit(mSize(100, 100), nullptr)), plain(new m8Bit(mSize(100, 100), nullptr));
-    viaWalk->copy(source.get(), mRect(0, 0, 100, 100), mRect(0, 0, 100, 100), mPoint(0, 0), mFPoint(0, 0),
-                  mTransform());
-    plain->copy(source.get(), mRect(0, 0, 100, 100), mPoint(0, 0));
-    EXPECT_EQ(blockOf(*plain), blockOf(*viaWalk));
-
-    // Past a thousand pixels the walker leaves the source before the last column.
     const long w = 1100;
-    Owned<m8Bit> wide = make8(w, 1, nullptr, [](long x, long) { return x % 200 + 1; });
+    Owned<m8Bit> wide = make8(w, 2, nullptr, [](long x, long y) { return x % 200 + 1 + y; });
     wide->setTransparent(0);
-    Owned<m8Bit> target(new m8Bit(mSize(w, 1), nullptr));
-    target->copy(wide.get(), mRect(0, 0, w, 1), mRect(0, 0, w, 1), mPoint(0, 0), mFPoint(0, 0), mTransform());
-    for (long x = 0; x < w - 1; ++x)
-        ASSERT_EQ(px8(*wide, x * 65601 / 65536, 0), px8(*target, x, 0)) << x;
+    Owned<m8Bit> target(new m8Bit(mSize(w, 2), nullptr));
+    target->copy(wide.get(), mRect(0, 0, w, 2), mRect(0, 0, w, 2), mPoint(0, 0), mFPoint(0, 0), mTransform());
+    for (long y = 0; y < 2; ++y)
+        for (long x = 0; x < w - 1; ++x)
+            ASSERT_EQ(px8(*wide, x * 65601 / 65536, y), px8(*target, x, y)) << x << "," << y;
     EXPECT_EQ(0, px8(*target, w - 1, 0));
 }
 
@@ -254,72 +240,58 @@ TEST(TransformCopy, AreaAndClipBoundTheCopy) {
 TEST(TransformCopy, EachSourceSkipsItsOwnBackground) {
     mPalette palette = plainPalette();
     const std::vector<mColor> colors = plainColors();
+    Owned<m8Bit> plain = make8(2, 2, &palette, [](long x, long y) { return x + y * 2 + 1; });
+    Owned<m8Bit> indices = make8(2, 1, &palette, [](long x, long) { return x ? blue : yellow; });
+    Owned<m15Bit> wide = make15(2, 1, [&](long x, long) { return colors[x ? red : green].getRGB15(); });
+    Owned<m8BitRLE> runs(new m8BitRLE(*plain));
+    Owned<m8Bit> target(new m8Bit(mSize(4, 2), &palette));
+    Owned<m15Bit> deep(new m15Bit(mSize(4, 2)));
     const mTransform twice(0, 0, 2, 2);
-    const auto copyTwice = [&](mBitMap &target, const mBitMap *source) {
-        target.copy(source, mRect(0, 0, 4, 2), mRect(0, 0, 2, 1), mPoint(0, 0), mFPoint(0, 0), twice);
+    const auto copyTwice = [&](mBitMap &to, const mBitMap &from) {
+        std::memset(const_cast<void *>(to.getData()), 0, head(to).dataSize);
+        to.copy(&from, mRect(0, 0, 4, 2), mRect(0, 0, 2, 1), mPoint(0, 0), mFPoint(0, 0), twice);
+        return picture(to, 0);
     };
+    // Conversions need their tables, and a run-length image cannot be drawn through a transform.
+    EXPECT_MERROR(copyTwice(*target, *wide), "m8Bit::setMapping() not called before copy 15 bit source", 0,
+                  "mSprite/m8Bit");
+    EXPECT_MERROR(copyTwice(*deep, *indices), "Conversion palette required for 8 bit to 15 bit image copy", 0,
+                  "mSprite/m15Bit");
+    target->setMapping(&palette, mColor(true));
+    deep->setMapping(&palette, mColor(true));
+    EXPECT_MERROR(copyTwice(*deep, *runs), "Unsupported transform copy into 15 bit uncompressed image", 0,
+                  "mSprite/m15Bit");
+
     // Without a transparent value, an 8-bit source skips its first stored pixel, the
     // bottom-left one; with one, that value.
-    Owned<m8Bit> plain = make8(2, 2, &palette, [](long x, long y) { return x + y * 2 + 1; });
     EXPECT_EQ("1122\n1122\n..44\n..44\n", picture(*drawn(*plain, twice), 0));
     plain->setTransparent(2);
     EXPECT_EQ("11..\n11..\n3344\n3344\n", picture(*drawn(*plain, twice), 0));
-
-    // 15-bit pixels reach an 8-bit target through its mapping table, and without
-    // transparency every one is drawn.
-    Owned<m15Bit> wide = make15(2, 1, [&](long x, long) { return colors[x ? red : green].getRGB15(); });
-    Owned<m8Bit> target(new m8Bit(mSize(4, 2), &palette));
-    EXPECT_MERROR(copyTwice(*target, wide.get()), "m8Bit::setMapping() not called before copy 15 bit source", 0,
-                  "mSprite/m8Bit");
-    target->setMapping(&palette, mColor(true));
-    copyTwice(*target, wide.get());
-    EXPECT_EQ("3322\n3322\n", picture(*target, 0));
-    target->fill(mColor(0, 0, 0));
+    // A 15-bit source without transparency: into 8 bits through the mapping table, every
+    // pixel; into 15 bits, all but its first stored word. With transparency, its word.
+    EXPECT_EQ("3322\n3322\n", copyTwice(*target, *wide));
+    EXPECT_EQ("..22\n..22\n", copyTwice(*deep, *wide));
     wide->setTransparent(colors[red]);
-    copyTwice(*target, wide.get());
-    EXPECT_EQ("33..\n33..\n", picture(*target, 0));
-
-    // Into 15 bits: a 15-bit source skips its transparent word, or its first stored one.
-    Owned<m15Bit> deep(new m15Bit(mSize(4, 2)));
-    const auto clearDeep = [&] { std::memset(const_cast<void *>(deep->getData()), 0, head(*deep).dataSize); };
-    clearDeep();
-    wide->setTransparent(mColor(true));
-    copyTwice(*deep, wide.get());
-    EXPECT_EQ("..22\n..22\n", picture(*deep, 0));
-    clearDeep();
-    wide->setTransparent(colors[red]);
-    copyTwice(*deep, wide.get());
-    EXPECT_EQ("33..\n33..\n", picture(*deep, 0));
-
+    EXPECT_EQ("33..\n33..\n", copyTwice(*target, *wide));
+    EXPECT_EQ("33..\n33..\n", copyTwice(*deep, *wide));
     // An 8-bit source goes through the target's table and skips its first stored pixel,
     // whatever its own transparent value says.
-    Owned<m8Bit> indices = make8(2, 1, &palette, [](long x, long) { return x ? blue : yellow; });
     indices->setTransparent(blue);
-    clearDeep();
-    EXPECT_MERROR(copyTwice(*deep, indices.get()), "Conversion palette required for 8 bit to 15 bit image copy", 0,
-                  "mSprite/m15Bit");
-    deep->setMapping(&palette, mColor(true));
-    copyTwice(*deep, indices.get());
-    EXPECT_EQ("..44\n..44\n", picture(*deep, 0));
-
-    Owned<m8BitRLE> runs(new m8BitRLE(*plain));
-    EXPECT_MERROR(copyTwice(*deep, runs.get()), "Unsupported transform copy into 15 bit uncompressed image", 0,
-                  "mSprite/m15Bit");
+    EXPECT_EQ("..44\n..44\n", copyTwice(*deep, *indices));
     deep->copy(runs.get(), mRect(4, 0, 8, 2), mRect(0, 0, 2, 1), mPoint(0, 0), mFPoint(0, 0), twice);
 }
 
 // Random transforms, areas, clips and places, with source and target blocks fenced by
 // inaccessible pages: nothing is read or written outside them, and nothing outside the area.
-template <class Target, class Pixel, class Source>
-void fuzzCopies(Source &source, const std::function<Target *(const mSize &, bool)> &makeTarget, unsigned seed) {
+template <class Target, class Pixel>
+void fuzzCopies(const mBitMap &source, const mPalette &palette, unsigned seed) {
     Lcg rng(seed);
     const mSize s = source.getSize();
     for (int round = 0; round < 400; ++round) {
         const mSize size(rng.in(1, 40), rng.in(1, 30));
-        std::unique_ptr<Target, FreeImage> target(makeTarget(size, round & 1));
-        for (long y = 0; y < size.cy; ++y)
-            for (long x = 0; x < size.cx; ++x)
-                reinterpret_cast<Pixel *>(row8(*target, y))[x] = (Pixel)(0xEE);
+        std::unique_ptr<Guarded<Target>> target(newGuarded(round & 1, size, (Target *)nullptr));
+        target->setMapping(&palette, mColor(true));
+        std::memset(const_cast<void *>(target->getData()), 0xEE, head(*target).dataSize);
         const mTransform t((float)rng.in(-400, 400), (float)rng.in(-80, 80), rng.in(1, 40) / 10.0f * (rng.in(0, 1) ? 1 : -1),
                            rng.in(1, 40) / 10.0f);
         const mRect area = randomRect(rng, size.cx, size.cy);
@@ -332,7 +304,7 @@ void fuzzCopies(Source &source, const std::function<Target *(const mSize &, bool
         for (long y = 0; y < size.cy; ++y)
             for (long x = 0; x < size.cx; ++x)
                 if (!inside.hasPoint(mPoint(x, y))) {
-                    ASSERT_EQ(0xEE, reinterpret_cast<Pixel *>(row8(*target, y))[x]) << "round " << round;
+                    ASSERT_EQ((Pixel)0xEEEE, reinterpret_cast<Pixel *>(row8(*target, y))[x]) << "round " << round;
                 }
     }
 }
@@ -341,28 +313,16 @@ TEST(TransformCopy, NeverReadsOrWritesOutsideItsImages) {
     mPalette palette = plainPalette();
     for (bool atEnd : {false, true}) {
         Guarded<m8Bit> source8(atEnd, mSize(13, 9), &palette);
-        for (long y = 0; y < 9; ++y)
-            for (long x = 0; x < 13; ++x)
-                px8(source8, x, y) = (unsigned char)(1 + (x + y) % 15);
         Guarded<m15Bit> source15(atEnd, mSize(11, 7));
-        for (long y = 0; y < 7; ++y)
-            for (long x = 0; x < 11; ++x)
-                px15(source15, x, y) = (unsigned short)(x * 1000 + y);
-
-        auto target8 = [&](const mSize &size, bool end) {
-            Guarded<m8Bit> *t = new Guarded<m8Bit>(end, size, &palette);
-            t->setMapping(&palette, mColor(true));
-            return static_cast<m8Bit *>(t);
-        };
-        auto target15 = [&](const mSize &size, bool end) {
-            Guarded<m15Bit> *t = new Guarded<m15Bit>(end, size);
-            t->setMapping(&palette, mColor(true));
-            return static_cast<m15Bit *>(t);
-        };
-        fuzzCopies<m8Bit, unsigned char>(source8, target8, 11 + atEnd);
-        fuzzCopies<m8Bit, unsigned char>(source15, target8, 21 + atEnd);
-        fuzzCopies<m15Bit, unsigned short>(source15, target15, 31 + atEnd);
-        fuzzCopies<m15Bit, unsigned short>(source8, target15, 41 + atEnd);
+        for (mBitMap *source : {(mBitMap *)&source8, (mBitMap *)&source15}) {
+            unsigned char *bytes = static_cast<unsigned char *>(const_cast<void *>(source->getData()));
+            for (long i = 0; i < head(*source).dataSize; ++i)
+                bytes[i] = (unsigned char)(1 + i % 15);
+        }
+        fuzzCopies<m8Bit, unsigned char>(source8, palette, 11 + atEnd);
+        fuzzCopies<m8Bit, unsigned char>(source15, palette, 21 + atEnd);
+        fuzzCopies<m15Bit, unsigned short>(source15, palette, 31 + atEnd);
+        fuzzCopies<m15Bit, unsigned short>(source8, palette, 41 + atEnd);
     }
 }
 
