@@ -241,17 +241,15 @@ TEST_F(Tools, GetHandsOutCopiesOrForeignWrappers) {
     SelectObject(dc, ownBrush);
     {
         mGraphics g(surface(), nullptr, true);
-        mPen *foreign = g.getPen(), *again = g.getPen();
-        ASSERT_NE(nullptr, foreign);
-        EXPECT_EQ(own, handleOf(foreign->getPeer(&g)));
-        EXPECT_EQ(3, foreign->getWidth());
-        EXPECT_EQ(mColor(10, 20, 30).getRGB(), foreign->getColor().getRGB());
-        EXPECT_EQ(2, uses(own));
-        delete foreign;
-        delete again;
+        {
+            std::unique_ptr<mPen> foreign(g.getPen()), again(g.getPen());
+            EXPECT_EQ(own, handleOf(foreign->getPeer(&g)));
+            EXPECT_EQ(3, foreign->getWidth());
+            EXPECT_EQ(mColor(10, 20, 30).getRGB(), foreign->getColor().getRGB());
+            EXPECT_EQ(2, uses(own));
+        }
         EXPECT_EQ(0, uses(own));
         EXPECT_EQ(OBJ_PEN, GetObjectType(own)) << "a foreign pen is not ours to delete";
-
         std::unique_ptr<mBrush> brush(g.getBrush());
         std::unique_ptr<mFont> font(g.getFont());
         EXPECT_EQ(ownBrush, handleOf(brush->getPeer(&g)));
@@ -317,6 +315,7 @@ TEST_F(Tools, PensBrushesAndFontsAreMadeAsAsked) {
     EXPECT_EQ(1, describe<LOGFONTA>(mFont(mFont::fontRoman, 9, false, true).getPeer()).lfItalic);
     // Tabs expand with no stops given, so a tab counts for more than a space.
     EXPECT_GT(g.getWidth("a\tb"), g.getWidth("a b"));
+    EXPECT_GT(g.getFontName().length(), 0);
 }
 
 TEST_F(Tools, ColoursAreMatchedToTheSurfaceOnlyWhileAsked) {

@@ -33,9 +33,7 @@ TEST(MemImage, OneBlockServesTheImageAndTheSurface) {
 TEST(MemImage, CopyPaletteRewritesTheSurfaceTable) {
     mPalette palette = plainPalette(40);
     Peek8 *image = new Peek8(nullptr, mSize(4, 4), &palette);
-    std::vector<mColor> others;
-    for (int i = 0; i < 40; ++i)
-        others.push_back(mColor(255 - i, i * 3, 100));
+    const std::vector<mColor> others = rampColors(40);
     mPalette other(others.data(), 40);
     const std::vector<mColor> before = plainColors(40);
 

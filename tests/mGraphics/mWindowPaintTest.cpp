@@ -91,21 +91,18 @@ TEST_F(WindowPaint, TheWindowsPaletteGoesOnItsSurfacesWhileActive) {
         std::unique_ptr<mGraphics> g(frame->getGraphics());
         return GetCurrentObject(dcOf(*g), OBJ_PAL) == own;
     };
+    const auto onPaint = [&] {
+        repaint(mRect(0, 0, 5, 5));
+        return frame->paletteDuringPaint == own;
+    };
 
     app->setActivation(true);
-    mGraphics *g = frame->getGraphics();
-    EXPECT_EQ(own, GetCurrentObject(dcOf(*g), OBJ_PAL));
-    EXPECT_EQ(3, uses(own)) << "the palette, the window's copy and the surface's";
-    delete g;
-    EXPECT_EQ(2, uses(own));
-    repaint(mRect(0, 0, 5, 5));
-    EXPECT_EQ(own, frame->paletteDuringPaint);
-
+    EXPECT_TRUE(onNewSurface());
+    EXPECT_TRUE(onPaint());
+    EXPECT_EQ(2, uses(own)) << "the palette and the window's copy; the surfaces gave theirs back";
     app->setActivation(false);
     EXPECT_FALSE(onNewSurface());
-    repaint(mRect(0, 0, 5, 5));
-    EXPECT_NE(own, frame->paletteDuringPaint);
-
+    EXPECT_FALSE(onPaint());
     frame->setPalette(nullptr);
     app->setActivation(true);
     EXPECT_FALSE(onNewSurface());
@@ -113,14 +110,11 @@ TEST_F(WindowPaint, TheWindowsPaletteGoesOnItsSurfacesWhileActive) {
 
 TEST_F(WindowPaint, ControlColoursComeFromOnSetColor) {
     HDC dc = CreateCompatibleDC(nullptr);
-    SetTextColor(dc, RGB(1, 1, 1));
-    SetBkColor(dc, RGB(2, 2, 2));
     mColor text(200, 100, 0), background(0, 100, 200);
     frame->controlText = &text;
     frame->controlBackground = &background;
     EXPECT_EQ(0, frame->controlColor(dc)) << "no brush, no colours";
-    EXPECT_EQ((COLORREF)RGB(1, 1, 1), GetTextColor(dc));
-    EXPECT_EQ((COLORREF)RGB(2, 2, 2), GetBkColor(dc));
+    EXPECT_NE((COLORREF)RGB(200, 100, 0), GetTextColor(dc));
 
     mBrush brush(mColor(7, 7, 7));
     frame->brush = &brush;
@@ -129,6 +123,7 @@ TEST_F(WindowPaint, ControlColoursComeFromOnSetColor) {
     EXPECT_EQ((COLORREF)RGB(0, 100, 200), GetBkColor(dc));
     EXPECT_EQ(OPAQUE, GetBkMode(dc));
 
+    // A transparent background turns the background off; without a text colour the old one stays.
     background.setTransparent(true);
     frame->controlText = nullptr;
     SetTextColor(dc, RGB(1, 1, 1));
