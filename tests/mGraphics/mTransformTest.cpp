@@ -106,10 +106,10 @@ Owned<m8Bit> numbered(long w, long h) {
     return source;
 }
 
-Owned<m8Bit> drawn(const mBitMap &source, const mTransform &t, int background = 0) {
+Owned<m8Bit> drawn(const mBitMap &source, const mTransform &t) {
     const Placed p(t, source.getSize());
     Owned<m8Bit> target(new m8Bit(p.size, nullptr));
-    std::memset(const_cast<void *>(target->getData()), background, head(*target).dataSize);
+    std::memset(const_cast<void *>(target->getData()), 0, head(*target).dataSize);
     target->copy(&source, mRect(0, 0, p.size.cx, p.size.cy), mRect(0, 0, source.getSize().cx, source.getSize().cy),
                  mPoint(0, 0), p.origin, t);
     return target;
