@@ -31,24 +31,6 @@ std::vector<HWND> processDialogs() {
     return found;
 }
 
-// The edit somewhere inside the name combo box.
-HWND nameField(HWND dialog) {
-    HWND edit = nullptr;
-    if (HWND combo = GetDlgItem(dialog, nameComboId))
-        EnumChildWindows(
-            combo,
-            [](HWND window, LPARAM found) -> BOOL {
-                char name[32] = "";
-                GetClassNameA(window, name, sizeof name);
-                if (std::string(name) != "Edit")
-                    return TRUE;
-                *reinterpret_cast<HWND *>(found) = window;
-                return FALSE;
-            },
-            reinterpret_cast<LPARAM>(&edit));
-    return edit;
-}
-
 // Messages to the dialog's thread never wait without a limit.
 LRESULT sendBounded(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     DWORD_PTR result = 0;
@@ -77,7 +59,7 @@ std::vector<std::string> comboItems(HWND combo) {
 
 HWND fileDialog() {
     for (HWND candidate : processDialogs())
-        if (nameField(candidate))
+        if (GetDlgItem(candidate, nameComboId))
             return candidate;
     return nullptr;
 }
@@ -132,11 +114,12 @@ private:
 
     // Notes what the dialog shows, then types the name and presses OK, or cancels.
     void begin(HWND dialog) {
+        HWND name = GetDlgItem(dialog, nameComboId);
         title = windowText(dialog);
-        presetName = windowText(nameField(dialog));
+        presetName = windowText(name);
         filterNames = comboItems(GetDlgItem(dialog, typeComboId));
         if (!typeName.empty())
-            sendBounded(nameField(dialog), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(typeName.c_str()));
+            sendBounded(name, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(typeName.c_str()));
         press(dialog, typeName.empty() ? IDCANCEL : IDOK);
     }
 

@@ -71,26 +71,22 @@ TEST(PathParsing, RelativeToABase) {
     }
 }
 
-TEST(PathParents, ParentStopsBelowTheVolumeRoot) {
+TEST(PathParents, ParentDiskAndRootFollowThePath) {
     mFSdir ab("C:\\a\\b");
     mFSdir *parent = ab.getParent();
     ASSERT_NE(parent, nullptr);
     EXPECT_STREQ(parent->getFullPath().c_str(), "C:\\a");
     EXPECT_EQ(ab.getParent(), parent) << "the parent is kept";
-    EXPECT_EQ(mFSdir("C:\\a").getParent(), nullptr);
-
+    EXPECT_EQ(mFSdir("C:\\a").getParent(), nullptr) << "a directory in the root has none";
     mFile fileInRoot("C:\\a");
     ASSERT_NE(fileInRoot.getParent(), nullptr);
     EXPECT_STREQ(fileInRoot.getParent()->getFullPath().c_str(), "C:\\");
-}
 
-TEST(PathParents, DiskAndRootFollowTheVolume) {
     mFile f("e:\\x\\y.txt");
     EXPECT_STREQ(f.getDisk()->getVolumeName().c_str(), "e");
     EXPECT_STREQ(f.getRootDir()->getFullPath().c_str(), "e:\\");
     EXPECT_STREQ(mFSdir(f.getDisk()).getFullPath().c_str(), "e:\\");
     EXPECT_STREQ(mFSdir(&f).getFullPath().c_str(), "e:\\x");
-
     mFile u("\\\\srv\\share\\x.txt");
     EXPECT_STREQ(u.getRootDir()->getFullPath().c_str(), "\\\\srv\\share\\");
 }
@@ -114,12 +110,11 @@ TEST(WildCard, StarsStopAtDotsAndTextsMatchAsPrefixes) {
         const char *pattern;
         bool expected;
     } cases[] = {
-        {"a.TXT", "*.txt", true},    {"readme", "*.*", false}, {"x.y", "*.*", true},
-        {"a.b", "?.?", true},        {".x", "?x", false},      {"abc", "a*", true},
-        {"abc.txt", "a*", false},    {"abcdef", "ab", true},   {"ab", "abc", true},
-        {"anything", "", true},      {"abc", "*c", false},     {"ABC.Doc", "abc.doc", true},
-        {"abd", "abc", false},       {"x.txt", "*.t?t", true}, {"file.c", "*.cpp", true},
-        {"file.cpp", "*.h", false},  {"a.b", "a?b", false},
+        {"a.TXT", "*.txt", true}, {"readme", "*.*", false}, {"x.y", "*.*", true}, {"a.b", "?.?", true},
+        {".x", "?x", false}, {"abc", "a*", true}, {"abc.txt", "a*", false}, {"abcdef", "ab", true},
+        {"ab", "abc", true}, {"anything", "", true}, {"abc", "*c", false}, {"ABC.Doc", "abc.doc", true},
+        {"abd", "abc", false}, {"x.txt", "*.t?t", true}, {"file.c", "*.cpp", true}, {"file.cpp", "*.h", false},
+        {"a.b", "a?b", false},
     };
     for (const Match &m : cases)
         EXPECT_EQ(mFSobject::wildCardMatch(m.name, m.pattern), m.expected) << m.name << " ~ " << m.pattern;

@@ -16,7 +16,7 @@ protected:
     Scratch second{"-2"};
 };
 
-TEST_F(SearchPathTest, InputFilesTakeTheFirstDirectoryThatHasThem) {
+TEST_F(SearchPathTest, OnlyInputFilesTakeTheFirstDirectoryThatHasThem) {
     first.file("both.txt", "1");
     std::string inSecond = second.file("both.txt", "2");
     std::string onlySecond = second.file("nested\\only.txt", "3");
@@ -32,17 +32,13 @@ TEST_F(SearchPathTest, InputFilesTakeTheFirstDirectoryThatHasThem) {
     mFSdir secondDir(second.root().c_str());
     mInputFile based(secondDir, "both.txt");
     EXPECT_EQ(fullPath(based), inSecond) << "a base is not searched";
-}
 
-TEST_F(SearchPathTest, OtherObjectsLieInTheApplicationDirectory) {
-    second.file("out.txt", "x");
-    std::string expected = executableDirectory() + "\\out.txt";
-    mOutputFile out("out.txt");
-    mIOFile io("out.txt");
-    mFile plain("out.txt");
-    EXPECT_EQ(fullPath(out), expected);
-    EXPECT_EQ(fullPath(io), expected);
-    EXPECT_EQ(fullPath(plain), expected);
+    // Only input files search; the others lie in the application directory.
+    mOutputFile out("both.txt");
+    mIOFile io("both.txt");
+    mFile plain("both.txt");
+    for (mFSobject *o : std::initializer_list<mFSobject *>{&out, &io, &plain})
+        EXPECT_EQ(fullPath(*o), executableDirectory() + "\\both.txt");
 }
 
 TEST_F(SearchPathTest, DirectoriesAndFilesAreFoundAsTheirKind) {
