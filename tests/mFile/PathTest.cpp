@@ -87,7 +87,9 @@ TEST(PathParents, ParentDiskAndRootFollowThePath) {
     EXPECT_STREQ(f.getRootDir()->getFullPath().c_str(), "e:\\");
     EXPECT_STREQ(mFSdir(f.getDisk()).getFullPath().c_str(), "e:\\");
     EXPECT_STREQ(mFSdir(&f).getFullPath().c_str(), "e:\\x");
+    EXPECT_FALSE(f.getDisk()->isUNC());
     mFile u("\\\\srv\\share\\x.txt");
+    EXPECT_TRUE(u.getDisk()->isUNC());
     EXPECT_STREQ(u.getRootDir()->getFullPath().c_str(), "\\\\srv\\share\\");
 }
 
