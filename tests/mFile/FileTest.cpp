@@ -91,27 +91,19 @@ TEST(FileOpen, MisuseIsReported) {
     EXPECT_FALSE(probe.isOpen());
 }
 
-TEST(FileData, ItemsMoveLittleEndian) {
+TEST(FileData, ItemsAreWrittenLittleEndian) {
     Scratch scratch;
     std::string path = scratch.path("le.bin");
-    mIOFile f(path.c_str());
-    ASSERT_TRUE(f.OpenFile(true));
-    unsigned short words[] = {0x1234, 0xabcd};
-    unsigned long value = 0x01020304UL;
-    EXPECT_EQ(f.writeBytes("\x7f", 1), 1);
-    EXPECT_EQ(f.writeWords(words, 2), 2);
-    EXPECT_EQ(f.writeLongs(&value, 1), 1);
-    EXPECT_EQ(f.writeBytes("zz", -3), 0);
-
-    ASSERT_TRUE(f.seekFrom(0, mFile::seekStart));
-    unsigned char first = 0;
-    EXPECT_EQ(f.readBytes(&first, 1), 1);
-    EXPECT_EQ(f.readWords(words, 2), 2);
-    EXPECT_EQ(f.readLongs(&value, 1), 1);
-    EXPECT_EQ(first, 0x7f);
-    EXPECT_EQ(words[1], 0xabcd);
-    EXPECT_EQ(value, 0x01020304UL);
-    f.close();
+    {
+        mOutputFile f(path.c_str());
+        ASSERT_TRUE(f.OpenFile(true, mFile::createFile));
+        unsigned short words[] = {0x1234, 0xabcd};
+        unsigned long value = 0x01020304UL;
+        EXPECT_EQ(f.writeBytes("\x7f", 1), 1);
+        EXPECT_EQ(f.writeWords(words, 2), 2);
+        EXPECT_EQ(f.writeLongs(&value, 1), 1);
+        EXPECT_EQ(f.writeBytes("zz", -3), 0);
+    }
     EXPECT_EQ(readAll(path), "\x7f\x34\x12\xcd\xab\x04\x03\x02\x01"s);
 }
 
@@ -131,10 +123,12 @@ TEST(FileData, CountsPositionsAndSize) {
     ASSERT_TRUE(f.seekFrom(0, mFile::seekStart));
     unsigned long longs[3];
     EXPECT_EQ(f.readLongs(longs, 3), 2);
+    EXPECT_EQ(longs[1], 0x37363534UL) << "little-endian \"4567\"";
     EXPECT_TRUE(f.seekFrom(-3, mFile::seekEnd));
     EXPECT_EQ(f.getCurrentPosition(), 7);
     unsigned short words[4];
     EXPECT_EQ(f.readWords(words, 4), 1) << "only whole items count";
+    EXPECT_EQ(words[0], 0x3837);
     EXPECT_TRUE(f.seekFrom(-6, mFile::seekCurrent));
     EXPECT_EQ(f.getFileSize(), 10u);
     EXPECT_EQ(f.getCurrentPosition(), 4) << "the size leaves the position alone";
