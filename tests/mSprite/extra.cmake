@@ -1,8 +1,7 @@
 # The bitmap resources of the image tests are generated at build time and bound into the
 # test program by its resource script.
 set(spriteResources ${CMAKE_CURRENT_BINARY_DIR}/mSprite-resources)
-set(spriteFiles ${spriteResources}/sprite.bmp ${spriteResources}/sprite.imp ${spriteResources}/deep.bmp
-                ${spriteResources}/broken.imp)
+set(spriteFiles ${spriteResources}/sprite.bmp ${spriteResources}/sprite.imp ${spriteResources}/broken.imp)
 file(MAKE_DIRECTORY ${spriteResources})
 
 add_executable(VelnorSpriteResGen ${dir}/resgen/SpriteResGen.cpp)

@@ -9,11 +9,6 @@ namespace {
 
 const char source[] = "mSprite/mBitMap";
 
-void putLong(Bytes &b, unsigned long v) {
-    for (int i = 0; i < 4; ++i)
-        b.push_back((unsigned char)(v >> (8 * i)));
-}
-
 Bytes lzss(const Bytes &plain) {
     Bytes out(mCodec::compressBound((unsigned long)plain.size()));
     out.resize(mCodec::compress(plain.data(), (unsigned long)plain.size(), out.data(), (unsigned long)out.size()));
@@ -36,44 +31,37 @@ Object packed(short type, const Bytes &block, unsigned long flags) {
 
 // An object file without a directory: the count, then the records one behind the other.
 Bytes objectFile(const std::vector<Object> &objects) {
-    Bytes out = {(unsigned char)objects.size(), (unsigned char)(objects.size() >> 8)};
+    Bytes out;
+    putBytes(out, objects.size(), 2);
     for (size_t i = 0; i < objects.size(); ++i) {
         const Object &o = objects[i];
-        out.insert(out.end(), {(unsigned char)i, 0, 0, 0, (unsigned char)o.type, (unsigned char)(o.type >> 8)});
+        putBytes(out, i, 4);
+        putBytes(out, o.type, 2);
         out.resize(out.size() + 17, 0);
-        putLong(out, o.u);
-        putLong(out, o.c);
-        putLong(out, o.flags);
+        for (unsigned long v : {o.u, o.c, o.flags})
+            putBytes(out, v, 4);
         out.insert(out.end(), o.body.begin(), o.body.end());
     }
     return out;
 }
 
-// The block of a stored bitmap: a 4-byte slot, then a bitmap file image; with `rgb15` a
-// table of 256 15-bit colours between header and pixels.
-Bytes bitmapBlock(const Payload &info, const std::vector<unsigned short> &rgb15) {
-    Payload p = info;
-    p.table.clear();
-    for (int i = 0; i < (rgb15.empty() ? 0 : 256); ++i) {
-        const unsigned short w = i < (int)rgb15.size() ? rgb15[i] : 0;
-        p.table.insert(p.table.end(), {(unsigned char)w, (unsigned char)(w >> 8)});
-    }
+// The block of a stored bitmap: a 4-byte slot, then a bitmap file image.
+Bytes bitmapBlock(const Payload &p) {
     Bytes image = p.build(true);
-    Payload::put32(image, 10, 54 + (long)p.table.size());
     image.insert(image.begin(), 4, 0);
     return image;
 }
 
-Bytes rowsOf(long width, long height, int (*pixel)(long, long)) {
+int picture(long x, long y) { return (int)(1 + (x * 5 + y * 3) % 11); }
+
+Bytes pictureRows(long width, long height) {
     const long line = (width + 3) & ~3L;
     Bytes rows(line * height, 0);
     for (long y = 0; y < height; ++y)
         for (long x = 0; x < width; ++x)
-            rows[(height - 1 - y) * line + x] = (unsigned char)pixel(x, y);
+            rows[(height - 1 - y) * line + x] = (unsigned char)picture(x, y);
     return rows;
 }
-
-int picture(long x, long y) { return (int)(1 + (x * 5 + y * 3) % 11); }
 
 void expectPicture(mBitMap &image, long width, long height) {
     ASSERT_EQ(mSize(width, height), image.getSize());
@@ -96,9 +84,12 @@ protected:
 
 TEST_F(BitMapObject, StoredAndPackedBitmapsOfEveryKind) {
     Payload plain(7, 5);
-    plain.pixels = rowsOf(7, 5, picture);
+    plain.pixels = pictureRows(7, 5);
+    // A table of 256 15-bit colours between header and pixels.
     Payload withTable = plain;
-    const std::vector<unsigned short> colours = {0x7FFF, 0x001F, 0x03E0, 0x7C00};
+    for (unsigned short w : {0x7FFF, 0x001F, 0x03E0, 0x7C00})
+        putBytes(withTable.table, w, 2);
+    withTable.table.resize(512, 0);
     Payload runs(3, 2);
     runs.compression = 1;
     runs.pixels = {0, 2, 0, 0, 3, 9, 0, 0, 0, 2, 1, 0, 2, 8, 0, 0, 0, 1};
@@ -108,12 +99,12 @@ TEST_F(BitMapObject, StoredAndPackedBitmapsOfEveryKind) {
     // An 8-bit object: the header longs and the coded pixels.
     Bytes eight;
     for (unsigned long v : {56UL, 7UL, 5UL, 0UL, (unsigned long)plain.pixels.size()})
-        putLong(eight, v);
+        putBytes(eight, v, 4);
     const Bytes coded = lzss(plain.pixels);
     eight.insert(eight.end(), coded.begin(), coded.end());
 
-    mObjFile *objects = open({stored(1, bitmapBlock(plain, {})), packed(4, bitmapBlock(withTable, colours), 64),
-                              stored(0, bitmapBlock(runs, {})), packed(6, bitmapBlock(colour, {}), 1),
+    mObjFile *objects = open({stored(1, bitmapBlock(plain)), packed(4, bitmapBlock(withTable), 64),
+                              stored(0, bitmapBlock(runs)), packed(6, bitmapBlock(colour), 1),
                               {5, 58 + (unsigned long)plain.pixels.size(), (unsigned long)eight.size(), 8, eight}});
 
     Owned<mBitMap> first = own(mBitMap::create(objects, 0));
@@ -146,16 +137,12 @@ TEST_F(BitMapObject, AFirstWordOfTwoOrMoreIsAPrefixToSkip) {
     // size, 65542, whose low word 6 is the prefix in front of the bitmap file image.
     Payload p(256, 255);
     p.planes = 40;
-    p.pixels.assign(256 * 255, 0);
-    for (long i = 0; i < (long)p.pixels.size(); ++i)
-        p.pixels[i] = (unsigned char)(i / 256 + i % 256);
+    p.pixels = pictureRows(256, 255);
     Bytes block = p.build(true);
     block.insert(block.begin(), {0, 0, 0, 0, 'x', 'y'});
     block.resize(65542, 0xEE);
-    mObjFile *objects = open({stored(1, block)});
-    Owned<mBitMap> loaded = own(mBitMap::create(objects, 0));
-    ASSERT_EQ(mSize(256, 255), loaded->getSize());
-    EXPECT_EQ(7 + 3, px8(*loaded, 7, 254 - 3));
+    Owned<mBitMap> loaded = own(mBitMap::create(open({stored(1, block)}), 0));
+    expectPicture(*loaded, 256, 255);
 }
 
 TEST_F(BitMapObject, RefusalsAndErrorsThatComeThrough) {
@@ -165,12 +152,10 @@ TEST_F(BitMapObject, RefusalsAndErrorsThatComeThrough) {
     Payload shortData(4, 4);
     shortData.planes = 40;
     shortData.pixels = {1, 2, 3};
-    mObjFile *objects = open({stored(2, Bytes(40, 0)), stored(1, bitmapBlock(deep, {})),
-                              stored(1, bitmapBlock(shortData, {})), {1, 10, 10, 2, Bytes(10, 0)},
-                              stored(7, Bytes(40, 0))});
-    EXPECT_MERROR(mBitMap::create(objects, 0), "Not a bitmap object", 0, source);
-    EXPECT_MERROR(mBitMap::create(objects, 4), "Not a bitmap object", 0, source);
-    EXPECT_MERROR(mBitMap::create(objects, 5), "Not a bitmap object", 0, source);
+    mObjFile *objects = open({stored(2, Bytes(40, 0)), stored(1, bitmapBlock(deep)), stored(1, bitmapBlock(shortData)),
+                              {1, 10, 10, 2, Bytes(10, 0)}, stored(7, Bytes(40, 0))});
+    for (int notABitmap : {0, 4, 5})
+        EXPECT_MERROR(mBitMap::create(objects, notABitmap), "Not a bitmap object", 0, source);
     EXPECT_MERROR(mBitMap::create((mObjFile *)nullptr, 0), "Not a bitmap object", 0, source);
     EXPECT_MERROR(mBitMap::create(objects, 1), "Bitmap object:No support for this bitmap format", 0, source);
     EXPECT_MERROR(mBitMap::create(objects, 2), "Bitmap object:256 color bit has insufficient data", 0,

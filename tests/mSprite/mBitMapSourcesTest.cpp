@@ -4,7 +4,6 @@
 #include "ScratchDir.h"
 #include "SpritePattern.h"
 #include "mFile/mFile.h"
-#include "mUtil/mCodec.h"
 #include "mUtil/mModule.h"
 
 namespace {
@@ -30,31 +29,6 @@ void expectSprite(mBitMap *image) {
             ASSERT_EQ(spritePixel(x, y), px8(*image, x, y)) << x << "," << y;
 }
 
-// The sprite as a bitmap file, as the tests write it.
-Bytes spriteFile() {
-    Payload p(spriteWidth, spriteHeight);
-    p.colorsUsed = spriteColors;
-    for (int i = 0; i < spriteColors; ++i)
-        addEntry(p.table, mColor((int)spriteColor(i)));
-    const long line = (spriteWidth + 3) & ~3;
-    p.pixels.assign(line * spriteHeight, 0);
-    for (int y = 0; y < spriteHeight; ++y)
-        for (int x = 0; x < spriteWidth; ++x)
-            p.pixels[(spriteHeight - 1 - y) * line + x] = (unsigned char)spritePixel(x, y);
-    return p.build(true);
-}
-
-// A compressed block: decoded size, stored size, then the library's compressed stream.
-Bytes compressed(const Bytes &data) {
-    Bytes out(8 + mCodec::compressBound((unsigned long)data.size()));
-    const unsigned long n =
-        mCodec::compress(data.data(), (unsigned long)data.size(), out.data() + 8, (unsigned long)out.size() - 8);
-    out.resize(8 + n);
-    Payload::put32(out, 0, (long)data.size());
-    Payload::put32(out, 4, (long)out.size());
-    return out;
-}
-
 TEST(BitMapResources, PlainAndCompressedGiveTheSameImage) {
     expectSprite(mBitMap::create(&title(), RES_SPRITE, false));
     expectSprite(mBitMap::create(&title(), RES_SPRITE, true));
@@ -65,7 +39,6 @@ TEST(BitMapResources, FailuresSayWhatWentWrong) {
     EXPECT_MERROR(mBitMap::create(&title(), RES_MISSING, true), "Bitmap Resource not found", RES_MISSING, source);
     EXPECT_MERROR(mBitMap::create((mModule *)nullptr, RES_SPRITE, false), "Bitmap Resource not found", RES_SPRITE,
                   source);
-    EXPECT_MERROR(mBitMap::create(&title(), RES_DEEP, false), "No support for this bitmap format", 0, source);
     // The module's own failure passes on.
     try {
         mBitMap::create(&title(), RES_BROKEN, true);
@@ -78,8 +51,7 @@ TEST(BitMapResources, FailuresSayWhatWentWrong) {
 
 TEST(BitMapFile, ReadsFromThePresentPosition) {
     ScratchDir dir("BitMapFile");
-    const Bytes image = spriteFile();
-    const Bytes packed = compressed(image);
+    const Bytes image = spriteFile(), packed = compressedBlock(image);
     Bytes contents = image;
     contents.insert(contents.begin(), 10, 0x55);
     contents.insert(contents.end(), packed.begin(), packed.end());
@@ -90,21 +62,16 @@ TEST(BitMapFile, ReadsFromThePresentPosition) {
     expectSprite(mBitMap::create(file, (long)packed.size(), true));
 }
 
-TEST(BitMapFile, AFileThatEndsEarlyGivesTheFormatsError) {
+TEST(BitMapFile, ClosedAndShortFilesAreRefused) {
     ScratchDir dir("BitMapShort");
     Bytes image = spriteFile();
     const long full = (long)image.size();
     image.resize(image.size() - 5);
     mInputFile file(mString(dir.write("cut.bmp", image).c_str()));
+    const mString closed = mString("Bitmap file not opened! -") + file.getFullPath();
+    EXPECT_MERROR(mBitMap::create(file, 100, false), closed.c_str(), 0, source);
     ASSERT_TRUE(file.OpenFile(true));
     EXPECT_MERROR(mBitMap::create(file, full, false), "256 color bit has insufficient data", 0, "mSprite/m8Bit");
-}
-
-TEST(BitMapFile, AClosedFileIsRefusedWithItsPath) {
-    ScratchDir dir("BitMapClosed");
-    mInputFile file(mString(dir.write("closed.bmp", spriteFile()).c_str()));
-    const mString expected = mString("Bitmap file not opened! -") + file.getFullPath();
-    EXPECT_MERROR(mBitMap::create(file, 100, false), expected.c_str(), 0, source);
 }
 
 } // namespace
