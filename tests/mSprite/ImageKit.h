@@ -20,6 +20,7 @@
 #include <vector>
 
 typedef std::vector<unsigned char> Bytes;
+typedef std::vector<unsigned short> Words;
 
 // Images are released through free(); these hold one use.
 struct FreeImage {
@@ -91,6 +92,20 @@ inline Bytes blockOf(const mBitMap &image) {
     return Bytes(p, p + head(image).dataSize);
 }
 
+// The standard image of `area`, and the colours in use as RGB values.
+inline Words stdImage(const mBitMap &image, const mRect &area, bool opaque) {
+    std::unique_ptr<unsigned short[]> words(image.getStdImage(area, opaque));
+    return Words(words.get(), words.get() + area.width() * area.height());
+}
+inline std::vector<unsigned long> usedColors(mBitMap &image, int threshold) {
+    int count = 0;
+    std::unique_ptr<mColor[]> used(image.getUsedColors(count, threshold));
+    std::vector<unsigned long> rgb;
+    for (int i = 0; i < count; ++i)
+        rgb.push_back(used[i].getRGB());
+    return rgb;
+}
+
 // A palette of `count` distinct colours, entry i being (i, 255 - i, i * 7).
 inline std::vector<mColor> rampColors(int count) {
     std::vector<mColor> colors;
@@ -98,6 +113,8 @@ inline std::vector<mColor> rampColors(int count) {
         colors.push_back(mColor(i, 255 - i, (i * 7) & 255));
     return colors;
 }
+
+inline mPalette paletteOf(const std::vector<mColor> &colors) { return mPalette(colors.data(), (int)colors.size()); }
 
 // An 8-bit image with colours, filled by f(x, y).
 template <class F> Owned<m8Bit> make8(long width, long height, const mPalette *palette, F f) {
