@@ -1,7 +1,7 @@
 // Helpers of the image tests: owning handles, payload builders and pixel access by
 // top-down coordinates, written independently of the library's own row arithmetic.
 #pragma once
-#include "SpritePattern.h"
+#include "BitmapFiles.h"
 #include "mSprite/m15Bit.h"
 #include "mSprite/m8Bit.h"
 #include "mSprite/m8BitRLE.h"
@@ -19,7 +19,6 @@
 #include <memory>
 #include <vector>
 
-typedef std::vector<unsigned char> Bytes;
 typedef std::vector<unsigned short> Words;
 
 // Images are released through free(); these hold one use.
@@ -33,43 +32,9 @@ template <class T> using Owned = std::unique_ptr<T, FreeImage>;
 
 template <class T> Owned<T> own(T *image) { return Owned<T>(image); }
 
-// A bitmap payload: info header (and optionally the 14-byte file header), then `table`
-// and `pixels` as given.
-struct Payload {
-    Payload(long width = 0, long height = 0) : width(width), height(height) {}
-
-    long width, height;
-    int planes = 1, bitsPerPixel = 8, compression = 0;
-    long colorsUsed = 0;
-    Bytes table, pixels;
-
-    Bytes build(bool fileHeader) const {
-        Bytes out;
-        if (fileHeader) {
-            out = {'B', 'M'};
-            for (unsigned long v : {0UL, 0UL, (unsigned long)(54 + table.size())})
-                putBytes(out, v, 4);
-        }
-        for (long v : {40L, width, height})
-            putBytes(out, v, 4);
-        putBytes(out, planes, 2);
-        putBytes(out, bitsPerPixel, 2);
-        for (long v : {(long)compression, 0L, 0L, 0L, colorsUsed, 0L})
-            putBytes(out, v, 4);
-        out.insert(out.end(), table.begin(), table.end());
-        out.insert(out.end(), pixels.begin(), pixels.end());
-        return out;
-    }
-};
-
 inline Owned<mBitMap> createFrom(const Payload &p, bool fileHeader = false) {
     const Bytes block = p.build(fileHeader);
     return own(mBitMap::create(block.data(), (long)block.size(), fileHeader));
-}
-
-// A 4-byte colour table entry: blue, green, red, unused.
-inline void addEntry(Bytes &table, const mColor &c) {
-    table.insert(table.end(), {c.getBlue(), c.getGreen(), c.getRed(), 0});
 }
 
 inline const mBHeader &head(const mBitMap &image) { return *image.getHeader(); }
@@ -182,26 +147,6 @@ public:
         this->data = block.get();
     }
     ~Guarded() override { this->data = nullptr; }
-
-private:
-    GuardedBlock block;
-};
-
-// A run-length source of any make: a token stream that ends at a guarded page.
-class GuardedStream : public mBitMap {
-public:
-    GuardedStream(long width, long height, const Bytes &stream) : block(stream.size(), true) {
-        header->bits = 8;
-        header->compression = 1;
-        header->width = width;
-        header->height = height;
-        header->dataSize = (long)stream.size();
-        if (!stream.empty())
-            std::memcpy(block.get(), stream.data(), stream.size());
-        data = block.get();
-    }
-    ~GuardedStream() override { data = nullptr; }
-    BitmapType getBitmapType() const override { return bitmapRLE; }
 
 private:
     GuardedBlock block;

@@ -7,56 +7,48 @@ namespace {
 
 const char source[] = "mSprite/m8Bit";
 
-TEST(EightBitLoad, FourByteTableKeepsTheRowsAsStored) {
-    Payload p(3, 2);
-    p.colorsUsed = 2;
-    addEntry(p.table, mColor(10, 20, 30));
-    addEntry(p.table, mColor(40, 50, 60));
-    p.pixels = {1, 0, 1, 9, 0, 1, 1, 9};
-    for (bool fileHeader : {false, true}) {
-        Owned<mBitMap> image = createFrom(p, fileHeader);
-        ASSERT_EQ(mBitMap::bitmap8, image->getBitmapType());
-        EXPECT_EQ(mSize(3, 2), image->getSize());
-        EXPECT_EQ(2, image->getColors());
-        EXPECT_EQ(0x28323CUL, image->getColor(1).getRGB());
-        EXPECT_FALSE(image->hasTransparency());
-        EXPECT_EQ(p.pixels, blockOf(*image)); // the padding comes along
-    }
-}
-
+// Planes 1: a table of 4-byte entries; 2: of 15-bit words; 3: of 15-bit words in the room
+// of 4-byte entries; otherwise no table, the pixels at that offset. The 15-bit tables make
+// the first pixel transparent.
 TEST(EightBitLoad, PlanesSayWhatTheTableHoldsAndWhereThePixelsBegin) {
-    // Tables of 15-bit words make the first pixel transparent.
-    for (int planes : {2, 3}) {
-        Payload p(2, 1);
-        p.planes = planes;
-        p.colorsUsed = 3;
-        for (unsigned short w : {0x7FFF, 0x0421, 0x7C00})
-            putBytes(p.table, w, 2);
-        if (planes == 3)
-            p.table.resize(12, 0xEE); // the words fill only the front of a 4-byte-entry table
-        p.pixels = {2, 1, 0, 0};
-        Owned<mBitMap> image = createFrom(p);
-        EXPECT_EQ(3, image->getColors());
-        EXPECT_EQ(0xFFFFFFUL, image->getColor(0).getRGB());
-        EXPECT_EQ(0x080808UL, image->getColor(1).getRGB());
-        EXPECT_EQ(2, dynamic_cast<m8Bit &>(*image).getTransparent());
-        EXPECT_EQ(Bytes({2, 1, 0, 0}), blockOf(*image));
+    Bytes entries, words;
+    for (unsigned long rgb : {0x0A141EUL, 0x28323CUL})
+        putBytes(entries, rgb, 4);
+    for (unsigned short w : {0x7FFF, 0x0421})
+        putBytes(words, w, 2);
+    Bytes padded = words;
+    padded.resize(8, 0xEE);
+    const struct {
+        int planes;
+        Bytes table;
+        int colors;
+        unsigned long second;
+        short transparent;
+    } cases[] = {{1, entries, 2, 0x28323C, -1}, {2, words, 2, 0x080808, 2}, {3, padded, 2, 0x080808, 2},
+                 {44, {0xAA, 0xBB, 0xCC, 0xDD}, 0, 0, -1}};
+    for (const auto &c : cases) {
+        Payload p(3, 2);
+        p.planes = c.planes;
+        p.colorsUsed = c.colors;
+        p.table = c.table;
+        p.pixels = {2, 0, 1, 9, 0, 1, 1, 9};
+        for (bool fileHeader : {false, true}) {
+            Owned<mBitMap> image = createFrom(p, fileHeader);
+            ASSERT_EQ(mBitMap::bitmap8, image->getBitmapType());
+            EXPECT_EQ(mSize(3, 2), image->getSize());
+            EXPECT_EQ(c.colors, image->getColors());
+            EXPECT_EQ(c.second, c.colors ? image->getColor(1).getRGB() : 0);
+            EXPECT_EQ(c.transparent, dynamic_cast<m8Bit &>(*image).getTransparent());
+            EXPECT_EQ(p.pixels, blockOf(*image)); // the padding comes along
+        }
     }
-    Payload p(2, 1);
-    p.planes = 44;
-    p.table = {0xAA, 0xBB, 0xCC, 0xDD};
-    p.pixels = {5, 6, 0, 0};
-    Owned<mBitMap> image = createFrom(p);
-    EXPECT_EQ(0, image->getColors());
-    EXPECT_EQ(p.pixels, blockOf(*image));
-    EXPECT_FALSE(image->hasTransparency());
 }
 
 TEST(EightBitLoad, FourBitPayloadsUnpackHighNibbleFirst) {
     Payload p(5, 2);
     p.bitsPerPixel = 4;
     for (int i = 0; i < 16; ++i)
-        addEntry(p.table, mColor(i, i, i));
+        putBytes(p.table, i * 0x010101, 4);
     // Rows of (5 + 1) / 2 = 3 bytes padded to 4; the sixth nibble lands in the padding.
     p.pixels = {0x12, 0x34, 0x5F, 0x00, /* top row: */ 0xAB, 0xCD, 0xE7, 0x00};
     Owned<mBitMap> image = createFrom(p);

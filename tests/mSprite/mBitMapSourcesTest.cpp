@@ -2,7 +2,7 @@
 #include "ExpectError.h"
 #include "ImageKit.h"
 #include "ScratchDir.h"
-#include "SpritePattern.h"
+#include "BitmapFiles.h"
 #include "mFile/mFile.h"
 #include "mUtil/mModule.h"
 

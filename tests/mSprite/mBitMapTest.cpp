@@ -32,33 +32,22 @@ TEST(BitMapCounting, UseAndFreeKeepTheImageUntilTheLastUse) {
     EXPECT_TRUE(gone);
 }
 
-TEST(BitMapCounting, PrototypesWithoutDataAnswerEverythingSafely) {
-    const mColor black;
-    mPalette palette(&black, 1);
-    mColor white(255, 255, 255);
+// A default-constructed prototype has no data: it cannot be used, and what reads it reads nothing.
+TEST(BitMapCounting, PrototypesWithoutDataCannotBeUsedAndAnswerSafely) {
     Owned<m8Bit> eight(new m8Bit());
     Owned<m8BitRLE> rle(new m8BitRLE());
     Owned<m15Bit> colour(new m15Bit());
-    Owned<m8Bit> target(new m8Bit(mSize(4, 4), &palette));
+    Owned<m8Bit> target(new m8Bit(mSize(4, 4), nullptr));
     EXPECT_MERROR(eight->use(), "Cannot use bitmap that is not loaded", 0, source);
     EXPECT_EQ(1, head(*eight).refCount);
     for (mBitMap *image : std::vector<mBitMap *>{eight.get(), rle.get(), colour.get()}) {
-        EXPECT_FALSE(image->isSolid(mPoint(0, 0)) && image->hasTransparency());
         image->flip();
-        int count = 0;
-        delete[] image->getUsedColors(count, 0);
+        EXPECT_TRUE(usedColors(*image, 0).empty());
         target->copy(image, mRect(0, 0, 4, 4), mPoint(0, 0));
     }
-    eight->setTransparent();
-    eight->changePalette(palette, true);
-    eight->fill(mRect(0, 0, 4, 4), white);
-    eight->scroll(1, 1, white);
     eight->copy(target.get(), mRect(0, 0, 4, 4), mPoint(0, 0));
-    rle->changePalette(palette, true);
-    EXPECT_EQ(245, rle->getUnusedIndex());
-    colour->setTransparent();
-    colour->fill(white);
     colour->copy(target.get(), mRect(0, 0, 4, 4), mPoint(0, 0));
+    EXPECT_EQ(245, rle->getUnusedIndex());
 }
 
 TEST(BitMapClip, WorkedExamples) {
@@ -220,31 +209,29 @@ TEST(BitMapCreate, BlankImagesByDepth) {
                   source);
 }
 
+void expectRefused(const void *block, long length, bool fileHeader) {
+    EXPECT_MERROR(mBitMap::create(block, length, fileHeader), "No support for this bitmap format", 0, source);
+}
+
 TEST(BitMapCreate, BlocksNoFormatTakesEndInTheLastResort) {
     Payload eight(1, 1);
     eight.planes = 40;
     eight.pixels = {7, 0, 0, 0};
-    Payload deep = eight, sixteen = eight;
-    deep.bitsPerPixel = 24;
-    sixteen.bitsPerPixel = 16;
-    sixteen.planes = 2;
-    Bytes tagged = eight.build(true), sized = eight.build(false);
-    tagged[1] = 'N';
-    sized[0] = 12;
-    const struct {
-        Bytes block;
-        long length;
-        bool fileHeader;
-    } cases[] = {
-        {deep.build(true), 0, true},  {eight.build(true), 53, true}, {eight.build(false), 39, false},
-        {tagged, 0, true},            {sized, 0, false},             {sixteen.build(false), 0, false},
-    };
-    for (const auto &c : cases) {
-        const long length = c.length ? c.length : (long)c.block.size();
-        EXPECT_MERROR(mBitMap::create(c.block.data(), length, c.fileHeader), "No support for this bitmap format", 0,
-                      source);
-    }
-    EXPECT_MERROR(mBitMap::create((const void *)nullptr, 100L, false), "No support for this bitmap format", 0, source);
+    Bytes file = eight.build(true), info = eight.build(false);
+    const long size = (long)info.size();
+    expectRefused(file.data(), 53, true);
+    expectRefused(info.data(), 39, false);
+    expectRefused(nullptr, 100, false);
+    file[1] = 'N';
+    expectRefused(file.data(), size + 14, true);
+    info[0] = 12; // the size of another kind of info header
+    expectRefused(info.data(), size, false);
+    info[0] = 40;
+    info[14] = 24;
+    expectRefused(info.data(), size, false);
+    info[14] = 16; // with 16 bits, planes must be 1
+    info[12] = 2;
+    expectRefused(info.data(), size, false);
 }
 
 // A title's own format: takes 24-bit payloads, as a 1-by-1 8-bit image.

@@ -1,13 +1,13 @@
 // Writes the bitmap resources of the image tests into the current directory: the sprite as
 // a bitmap file, the same as a compressed block, and a block that claims more bytes than
 // it has.
-#include "SpritePattern.h"
+#include "BitmapFiles.h"
 
 #include <cstdio>
 
 namespace {
 
-bool save(const char *name, const std::vector<unsigned char> &bytes) {
+bool save(const char *name, const Bytes &bytes) {
     FILE *f = std::fopen(name, "wb");
     if (!f)
         return false;
@@ -18,8 +18,8 @@ bool save(const char *name, const std::vector<unsigned char> &bytes) {
 } // namespace
 
 int main() {
-    const std::vector<unsigned char> sprite = spriteFile();
-    std::vector<unsigned char> broken = compressedBlock(sprite);
+    const Bytes sprite = spriteFile();
+    Bytes broken = compressedBlock(sprite);
     broken[4] = broken[5] = 0xFF; // a stored size far beyond the block
     const bool ok = save("sprite.bmp", sprite) && save("sprite.imp", compressedBlock(sprite)) &&
                     save("broken.imp", broken);
