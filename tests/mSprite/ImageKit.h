@@ -100,10 +100,8 @@ template <class F> Owned<m15Bit> make15(long width, long height, F f) {
 
 // A run-length image straight from a token stream, through the payload loader.
 inline Owned<mBitMap> rleFromStream(long width, long height, const Bytes &stream) {
-    Payload p(width, height);
+    Payload p(width, height, 8, 40, stream); // no colour table: the tokens follow the header
     p.compression = 1;
-    p.planes = 40; // no colour table: the tokens follow the header
-    p.pixels = stream;
     return createFrom(p);
 }
 

@@ -27,15 +27,11 @@ TEST(EightBitLoad, PlanesSayWhatTheTableHoldsAndWhereThePixelsBegin) {
     } cases[] = {{1, entries, 2, 0x28323C, -1}, {2, words, 2, 0x080808, 2}, {3, padded, 2, 0x080808, 2},
                  {44, {0xAA, 0xBB, 0xCC, 0xDD}, 0, 0, -1}};
     for (const auto &c : cases) {
-        Payload p(3, 2);
-        p.planes = c.planes;
+        Payload p(3, 2, 8, c.planes, {2, 0, 1, 9, 0, 1, 1, 9});
         p.colorsUsed = c.colors;
         p.table = c.table;
-        p.pixels = {2, 0, 1, 9, 0, 1, 1, 9};
         for (bool fileHeader : {false, true}) {
             Owned<mBitMap> image = createFrom(p, fileHeader);
-            ASSERT_EQ(mBitMap::bitmap8, image->getBitmapType());
-            EXPECT_EQ(mSize(3, 2), image->getSize());
             EXPECT_EQ(c.colors, image->getColors());
             EXPECT_EQ(c.second, c.colors ? image->getColor(1).getRGB() : 0);
             EXPECT_EQ(c.transparent, dynamic_cast<m8Bit &>(*image).getTransparent());
@@ -45,12 +41,10 @@ TEST(EightBitLoad, PlanesSayWhatTheTableHoldsAndWhereThePixelsBegin) {
 }
 
 TEST(EightBitLoad, FourBitPayloadsUnpackHighNibbleFirst) {
-    Payload p(5, 2);
-    p.bitsPerPixel = 4;
+    // Rows of (5 + 1) / 2 = 3 bytes padded to 4; the sixth nibble lands in the padding.
+    Payload p(5, 2, 4, 1, {0x12, 0x34, 0x5F, 0x00, /* top row: */ 0xAB, 0xCD, 0xE7, 0x00});
     for (int i = 0; i < 16; ++i)
         putBytes(p.table, i * 0x010101, 4);
-    // Rows of (5 + 1) / 2 = 3 bytes padded to 4; the sixth nibble lands in the padding.
-    p.pixels = {0x12, 0x34, 0x5F, 0x00, /* top row: */ 0xAB, 0xCD, 0xE7, 0x00};
     Owned<mBitMap> image = createFrom(p);
     EXPECT_EQ(16, image->getColors());
     EXPECT_EQ(Bytes({1, 2, 3, 4, 5, 0xF, 0, 0, 0xA, 0xB, 0xC, 0xD, 0xE, 7, 0, 0}), blockOf(*image));
@@ -79,10 +73,8 @@ TEST(EightBitLoad, BadTablesAndShortDataThrow) {
         {1, 1, 1, 200, 4, shortData}, // a table that does not fit
     };
     for (const auto &c : cases) {
-        Payload p(c.width, c.height);
-        p.planes = c.planes;
+        Payload p(c.width, c.height, 8, c.planes, Bytes(c.bytes));
         p.colorsUsed = c.colorsUsed;
-        p.pixels.resize(c.bytes);
         EXPECT_MERROR(createFrom(p), c.error, 0, source);
     }
 }

@@ -65,8 +65,7 @@ protected:
 };
 
 TEST_F(BitMapObject, TheFirstWordIsAPrefixToSkipOrTheStartOfTheImage) {
-    Payload plain(7, 5);
-    plain.pixels = rowsOf(7, 5, picture);
+    const Payload plain(7, 5, 8, 1, rowsOf(7, 5, picture));
     // An 8-bit object: the header longs and the coded pixels. Its block begins with 00 00:
     // the two bytes become "BM" and the image starts there.
     Bytes eight;
@@ -78,10 +77,7 @@ TEST_F(BitMapObject, TheFirstWordIsAPrefixToSkipOrTheStartOfTheImage) {
     eight.insert(eight.end(), coded.begin(), coded.end());
     // A stored block the reader leaves alone: its first four bytes become the size, 65542,
     // whose low word 6 is the prefix in front of the bitmap file image.
-    Payload big(256, 255);
-    big.planes = 40;
-    big.pixels = rowsOf(256, 255, picture);
-    Bytes prefixed = big.build(true);
+    Bytes prefixed = Payload(256, 255, 8, 40, rowsOf(256, 255, picture)).build(true);
     prefixed.insert(prefixed.begin(), {0, 0, 0, 0, 'x', 'y'});
     prefixed.resize(65542, 0xEE);
 
@@ -94,12 +90,7 @@ TEST_F(BitMapObject, TheFirstWordIsAPrefixToSkipOrTheStartOfTheImage) {
 }
 
 TEST_F(BitMapObject, RefusalsAndErrorsThatComeThrough) {
-    Payload deep(1, 1);
-    deep.bitsPerPixel = 24;
-    deep.pixels = {1, 2, 3, 0};
-    Payload shortData(4, 4);
-    shortData.planes = 40;
-    shortData.pixels = {1, 2, 3};
+    const Payload deep(1, 1, 24, 1, {1, 2, 3, 0}), shortData(4, 4, 8, 40, {1, 2, 3});
     mObjFile *objects = open({stored(2, Bytes(40, 0)), stored(1, bitmapBlock(deep)), stored(1, bitmapBlock(shortData)),
                               {1, 10, 10, 2, Bytes(10, 0)}, stored(7, Bytes(40, 0))});
     for (int notABitmap : {0, 4, 5})

@@ -214,9 +214,7 @@ void expectRefused(const void *block, long length, bool fileHeader) {
 }
 
 TEST(BitMapCreate, BlocksNoFormatTakesEndInTheLastResort) {
-    Payload eight(1, 1);
-    eight.planes = 40;
-    eight.pixels = {7, 0, 0, 0};
+    const Payload eight(1, 1, 8, 40, {7, 0, 0, 0});
     Bytes file = eight.build(true), info = eight.build(false);
     const long size = (long)info.size();
     expectRefused(file.data(), 53, true);
@@ -250,9 +248,7 @@ public:
 TEST(BitMapCreate, ATitlesFormatIsTriedAfterTheLibrarysOwn) {
     TitleFormat *format = new TitleFormat();
     format->enroll();
-    Payload p(1, 1);
-    p.bitsPerPixel = 24;
-    p.pixels = {1, 2, 3, 0};
+    Payload p(1, 1, 24, 1, {1, 2, 3, 0});
     EXPECT_NE(nullptr, dynamic_cast<TitleFormat *>(createFrom(p).get()));
     // An 8-bit payload still goes to the library's format, which comes first.
     p.bitsPerPixel = 8;

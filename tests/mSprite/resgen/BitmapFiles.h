@@ -21,10 +21,11 @@ inline void putBytes(Bytes &out, unsigned long v, int bytes) {
 // A bitmap payload: info header (and optionally the 14-byte file header), then `table`
 // and `pixels` as given.
 struct Payload {
-    Payload(long width = 0, long height = 0) : width(width), height(height) {}
+    Payload(long width, long height, int bitsPerPixel = 8, int planes = 1, const Bytes &pixels = Bytes())
+        : width(width), height(height), planes(planes), bitsPerPixel(bitsPerPixel), pixels(pixels) {}
 
     long width, height;
-    int planes = 1, bitsPerPixel = 8, compression = 0;
+    int planes, bitsPerPixel, compression = 0;
     long colorsUsed = 0;
     Bytes table, pixels;
 
