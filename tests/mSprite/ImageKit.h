@@ -150,19 +150,26 @@ private:
     GuardedBlock block;
 };
 
-// Copies `from` into many targets from `make`, each block fenced by an inaccessible page
-// on one side, with random rectangles and positions, and compares every byte with what a
-// copy must produce: each source pixel s of the rectangle that lies in the source lands at
-// position + (s - the rectangle's corner), if that lies in the target. `read` gives the
-// value to write, or -1 for a pixel that is not drawn.
+// Copies `from` into many targets of the depth of Pixel (15-bit ones with `mapping`), each
+// block fenced by an inaccessible page on one side, with random rectangles and positions,
+// and compares every byte with what a copy must produce: each source pixel s of the
+// rectangle that lies in the source lands at position + (s - the rectangle's corner), if
+// that lies in the target. `read` gives the value to write, or -1 for a pixel not drawn.
 template <class Pixel>
-void checkCopies(const mBitMap &from, const std::function<mBitMap *(bool, const mSize &)> &make,
-                 const std::function<int(long, long)> &read, unsigned seed, int rounds) {
+void checkCopies(const mBitMap &from, const std::function<int(long, long)> &read, const mPalette *mapping,
+                 unsigned seed, int rounds = 300) {
     const long w = head(from).width, h = head(from).height;
     Lcg rng(seed);
     for (int round = 0; round < rounds; ++round) {
         const long tw = rng.in(1, 40), th = rng.in(1, 30);
-        Owned<mBitMap> target(make(round & 1, mSize(tw, th)));
+        Owned<mBitMap> target;
+        if constexpr (sizeof(Pixel) == 1) {
+            target.reset(new Guarded<m8Bit>(round & 1, mSize(tw, th), (const mPalette *)nullptr));
+        } else {
+            Guarded<m15Bit> *wide = new Guarded<m15Bit>(round & 1, mSize(tw, th));
+            wide->setMapping(mapping, mColor(true));
+            target.reset(wide);
+        }
         for (long y = 0; y < th; ++y)
             for (long x = 0; x < tw; ++x)
                 reinterpret_cast<Pixel *>(row8(*target, y))[x] = (Pixel)(200 + (x + y) % 50);
@@ -182,20 +189,4 @@ void checkCopies(const mBitMap &from, const std::function<mBitMap *(bool, const 
         target->copy(&from, r, at);
         ASSERT_EQ(expected, blockOf(*target)) << "round " << round;
     }
-}
-
-inline void checkCopiesInto8(const mBitMap &from, const std::function<int(long, long)> &read, unsigned seed,
-                             int rounds = 300) {
-    checkCopies<unsigned char>(from, [](bool atEnd, const mSize &size) {
-        return new Guarded<m8Bit>(atEnd, size, (const mPalette *)nullptr);
-    }, read, seed, rounds);
-}
-
-inline void checkCopiesInto15(const mBitMap &from, const std::function<int(long, long)> &read,
-                              const mPalette *mapping, unsigned seed, int rounds = 300) {
-    checkCopies<unsigned short>(from, [&](bool atEnd, const mSize &size) {
-        Guarded<m15Bit> *target = new Guarded<m15Bit>(atEnd, size);
-        target->setMapping(mapping, mColor(true));
-        return target;
-    }, read, seed, rounds);
 }

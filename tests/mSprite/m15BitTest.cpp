@@ -47,9 +47,9 @@ TEST(FifteenBitTransparency, SettingReadingAndSolidity) {
 
 TEST(FifteenBitCopy, FifteenBitSourcesMatchTheModel) {
     Owned<m15Bit> picture = make15(21, 13, [](long x, long y) { return rgb15(x, y, (x + y) & 31); });
-    checkCopiesInto15(*picture, [&](long x, long y) { return (int)px15(*picture, x, y); }, nullptr, 1);
+    checkCopies<unsigned short>(*picture, [&](long x, long y) { return (int)px15(*picture, x, y); }, nullptr, 1);
     picture->setTransparent(mColor(0, 8, 8)); // (0, 1, 1) in five bits
-    checkCopiesInto15(*picture, [&](long x, long y) {
+    checkCopies<unsigned short>(*picture, [&](long x, long y) {
         const int v = px15(*picture, x, y);
         return v == rgb15(0, 1, 1) ? -1 : v;
     }, nullptr, 2);
@@ -61,11 +61,11 @@ TEST(FifteenBitCopy, EightBitSourcesUseTheirColoursOrTheMappingTable) {
     auto value = [](long x, long y) { return (x * 2 + y) % 9; };
     Owned<m8Bit> coloured = make8(17, 11, &palette, value);
     auto read = [&](long x, long y) { return (int)colors[value(x, y)].getRGB15(); };
-    checkCopiesInto15(*coloured, read, nullptr, 3);
+    checkCopies<unsigned short>(*coloured, read, nullptr, 3);
     coloured->setTransparent(4);
-    checkCopiesInto15(*coloured, [&](long x, long y) { return value(x, y) == 4 ? -1 : read(x, y); }, nullptr, 4);
+    checkCopies<unsigned short>(*coloured, [&](long x, long y) { return value(x, y) == 4 ? -1 : read(x, y); }, nullptr, 4);
     Owned<m8Bit> bare = make8(17, 11, nullptr, value);
-    checkCopiesInto15(*bare, read, &palette, 5);
+    checkCopies<unsigned short>(*bare, read, &palette, 5);
     // Without either, a copy that is not clipped away throws.
     Owned<m15Bit> target(new m15Bit(mSize(4, 4)));
     EXPECT_MERROR(target->copy(bare.get(), mRect(0, 0, 2, 2), mPoint(0, 0)),

@@ -80,18 +80,15 @@ TEST(RunLengthLoad, TablesAndStreamStarts) {
     EXPECT_EQ(0x040506UL, image->getColor(1).getRGB());
     EXPECT_EQ(p.pixels, blockOf(*image));
 
-    const char *rgb555 = "256 RLE  color bit map with RGB555 palette info!";
-    const char *badTable = "256 RLE color bit map has bad color table";
+    for (int planes : {2, 3}) {
+        p.planes = planes;
+        EXPECT_MERROR(createFrom(p), "256 RLE  color bit map with RGB555 palette info!", 0, source);
+    }
     // A count of 0 means 256 entries, more than the block holds.
-    const struct {
-        int planes;
-        long colorsUsed;
-        const char *error;
-    } cases[] = {{2, 2, rgb555}, {3, 2, rgb555}, {1, 300, badTable}, {1, 0, badTable}};
-    for (const auto &c : cases) {
-        p.planes = c.planes;
-        p.colorsUsed = c.colorsUsed;
-        EXPECT_MERROR(createFrom(p), c.error, 0, source);
+    p.planes = 1;
+    for (long count : {300L, 0L}) {
+        p.colorsUsed = count;
+        EXPECT_MERROR(createFrom(p), "256 RLE color bit map has bad color table", 0, source);
     }
 }
 
@@ -116,10 +113,10 @@ TEST(RunLengthDecode, CopiesIntoEightBitsMatchTheModel) {
     for (int i = 0; i < 12; ++i) {
         Owned<m8Bit> picture = randomPicture(rng, rng.in(1, 40), rng.in(1, 20));
         Owned<m8BitRLE> rle(new m8BitRLE(*picture));
-        checkCopiesInto8(*rle, [&](long x, long y) {
+        checkCopies<unsigned char>(*rle, [&](long x, long y) {
             const int v = px8(*picture, x, y);
             return v == T ? -1 : v;
-        }, 100 + i, 100);
+        }, nullptr, 100 + i, 100);
     }
 }
 
@@ -135,10 +132,10 @@ TEST(RunLengthDecode, CopiesIntoFifteenBitsGoThroughTheColours) {
             return v == T ? -1 : (int)colors[v].getRGB15();
         };
         // Without colours of its own the source goes through the target's mapping table.
-        checkCopiesInto15(*rle, read, &palette, 200 + i, 100);
+        checkCopies<unsigned short>(*rle, read, &palette, 200 + i, 100);
         picture->copyPalette(palette, 0, 0, 0);
         Owned<m8BitRLE> coloured(new m8BitRLE(*picture));
-        checkCopiesInto15(*coloured, read, nullptr, 300 + i, 100);
+        checkCopies<unsigned short>(*coloured, read, nullptr, 300 + i, 100);
     }
 }
 

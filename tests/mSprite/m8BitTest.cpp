@@ -83,12 +83,12 @@ TEST(EightBitLoad, BadTablesAndShortDataThrow) {
 
 TEST(EightBitCopy, OpaqueAndTransparentCopiesMatchTheModel) {
     Owned<m8Bit> picture = make8(23, 17, nullptr, [](long x, long y) { return (x * 3 + y * 5) % 7; });
-    checkCopiesInto8(*picture, [&](long x, long y) { return (int)px8(*picture, x, y); }, 1);
+    checkCopies<unsigned char>(*picture, [&](long x, long y) { return (int)px8(*picture, x, y); }, nullptr, 1);
     picture->setTransparent(3);
-    checkCopiesInto8(*picture, [&](long x, long y) {
+    checkCopies<unsigned char>(*picture, [&](long x, long y) {
         const int v = px8(*picture, x, y);
         return v == 3 ? -1 : v;
-    }, 2);
+    }, nullptr, 2);
 }
 
 TEST(EightBitCopy, FullWidthRowsGoAsOneBlockAndStillLandRight) {
