@@ -32,22 +32,11 @@ TEST(BitMapCounting, UseAndFreeKeepTheImageUntilTheLastUse) {
     EXPECT_TRUE(gone);
 }
 
-// A default-constructed prototype has no data: it cannot be used, and what reads it reads nothing.
-TEST(BitMapCounting, PrototypesWithoutDataCannotBeUsedAndAnswerSafely) {
-    Owned<m8Bit> eight(new m8Bit());
-    Owned<m8BitRLE> rle(new m8BitRLE());
-    Owned<m15Bit> colour(new m15Bit());
-    Owned<m8Bit> target(new m8Bit(mSize(4, 4), nullptr));
-    EXPECT_MERROR(eight->use(), "Cannot use bitmap that is not loaded", 0, source);
-    EXPECT_EQ(1, head(*eight).refCount);
-    for (mBitMap *image : std::vector<mBitMap *>{eight.get(), rle.get(), colour.get()}) {
-        image->flip();
-        EXPECT_TRUE(usedColors(*image, 0).empty());
-        target->copy(image, mRect(0, 0, 4, 4), mPoint(0, 0));
-    }
-    eight->copy(target.get(), mRect(0, 0, 4, 4), mPoint(0, 0));
-    colour->copy(target.get(), mRect(0, 0, 4, 4), mPoint(0, 0));
-    EXPECT_EQ(245, rle->getUnusedIndex());
+// A default-constructed prototype has no data and cannot be used.
+TEST(BitMapCounting, APrototypeCannotBeUsed) {
+    Owned<m8Bit> prototype(new m8Bit());
+    EXPECT_MERROR(prototype->use(), "Cannot use bitmap that is not loaded", 0, source);
+    EXPECT_EQ(1, head(*prototype).refCount);
 }
 
 // Clips a copy of `r` at `p` from a source of `size` into a 100-by-100 target.
@@ -171,15 +160,11 @@ TEST(BitMapColors, CopyPaletteFromAnImage) {
 TEST(BitMapCreate, BlankImagesByDepth) {
     Owned<mBitMap> eight = own(mBitMap::create(8, mSize(5, 3), nullptr));
     ASSERT_EQ(mBitMap::bitmap8, eight->getBitmapType());
-    EXPECT_EQ(8L, head(*eight).lineBytes);
     EXPECT_EQ(0, eight->getColors());
     EXPECT_EQ(Bytes(24, 0), blockOf(*eight));
     EXPECT_EQ(mBitMap::bitmap8, own(mBitMap::create(4, mSize(1, 1), nullptr))->getBitmapType());
-    for (int bits : {15, 16}) {
-        Owned<mBitMap> colour = own(mBitMap::create(bits, mSize(3, 2), nullptr));
-        ASSERT_EQ(mBitMap::bitmap15, colour->getBitmapType());
-        EXPECT_EQ(8L, head(*colour).lineBytes);
-    }
+    for (int bits : {15, 16})
+        EXPECT_EQ(mBitMap::bitmap15, own(mBitMap::create(bits, mSize(3, 2), nullptr))->getBitmapType());
     EXPECT_EQ(nullptr, mBitMap::create(24, mSize(3, 2), nullptr));
     EXPECT_MERROR(mBitMap::create(8, mSize(-1, 4), nullptr), "Bad bitmap size", -1, source);
     EXPECT_MERROR(mBitMap::create(16, mSize(0x7FFFFFF0, 0x7FFFFFF0), nullptr), "Bitmap too large", 0x7FFFFFF0,
