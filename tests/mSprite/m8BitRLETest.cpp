@@ -108,34 +108,20 @@ Owned<m8Bit> randomPicture(Lcg &rng, long width, long height) {
     return picture;
 }
 
-TEST(RunLengthDecode, CopiesIntoEightBitsMatchTheModel) {
+TEST(RunLengthDecode, CopiesIntoBothDepthsMatchTheModel) {
     Lcg rng(7);
-    for (int i = 0; i < 12; ++i) {
-        Owned<m8Bit> picture = randomPicture(rng, rng.in(1, 40), rng.in(1, 20));
-        Owned<m8BitRLE> rle(new m8BitRLE(*picture));
-        checkCopies<unsigned char>(*rle, [&](long x, long y) {
-            const int v = px8(*picture, x, y);
-            return v == T ? -1 : v;
-        }, nullptr, 100 + i, 100);
-    }
-}
-
-TEST(RunLengthDecode, CopiesIntoFifteenBitsGoThroughTheColours) {
-    Lcg rng(11);
     const std::vector<mColor> colors = rampColors(13);
     mPalette palette = paletteOf(colors);
-    for (int i = 0; i < 6; ++i) {
+    for (int i = 0; i < 10; ++i) {
         Owned<m8Bit> picture = randomPicture(rng, rng.in(1, 40), rng.in(1, 20));
+        auto index = [&](long x, long y) { return px8(*picture, x, y) == T ? -1 : (int)px8(*picture, x, y); };
+        auto colour = [&](long x, long y) { return index(x, y) < 0 ? -1 : (int)colors[index(x, y)].getRGB15(); };
         Owned<m8BitRLE> rle(new m8BitRLE(*picture));
-        auto read = [&](long x, long y) {
-            const int v = px8(*picture, x, y);
-            return v == T ? -1 : (int)colors[v].getRGB15();
-        };
+        checkCopies<unsigned char>(*rle, index, nullptr, 100 + i, 100);
         // Without colours of its own the source goes through the target's mapping table.
-        checkCopies<unsigned short>(*rle, read, &palette, 200 + i, 100);
+        checkCopies<unsigned short>(*rle, colour, &palette, 200 + i, 100);
         picture->copyPalette(palette, 0, 0, 0);
-        Owned<m8BitRLE> coloured(new m8BitRLE(*picture));
-        checkCopies<unsigned short>(*coloured, read, nullptr, 300 + i, 100);
+        checkCopies<unsigned short>(*own(new m8BitRLE(*picture)), colour, nullptr, 300 + i, 100);
     }
 }
 
