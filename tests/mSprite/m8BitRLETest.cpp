@@ -195,8 +195,6 @@ TEST(RunLengthColors, ChangePaletteRewritesValuesAndKeepsSkips) {
     EXPECT_EQ(3, rle->getColors());
 }
 
-// ---- Streams that do not keep to the format.
-
 // Every operation that reads a stream, on a stream that ends at an inaccessible page.
 void exercise(long width, long height, const Bytes &stream) {
     mPalette palette = paletteOf(rampColors(256));

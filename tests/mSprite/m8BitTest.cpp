@@ -79,8 +79,6 @@ TEST(EightBitLoad, BadTablesAndShortDataThrow) {
     }
 }
 
-// ---- Copies.
-
 TEST(EightBitCopy, OpaqueAndTransparentCopiesMatchTheModel) {
     Owned<m8Bit> picture = make8(23, 17, nullptr, [](long x, long y) { return (x * 3 + y * 5) % 7; });
     checkCopies<unsigned char>(*picture, [&](long x, long y) { return (int)px8(*picture, x, y); }, nullptr, 1);
@@ -116,8 +114,6 @@ TEST(EightBitCopy, FifteenBitSourcesSkipTheirTransparentWord) {
     target->copy(picture.get(), mRect(0, 0, 4, 1), mPoint(0, 0));
     EXPECT_EQ(Bytes({1, 3, 0, 0}), blockOf(*target));
 }
-
-// ---- Clones.
 
 TEST(EightBitClone, PlainAndRunLengthSourcesKeepTheirValues) {
     mPalette palette = paletteOf(rampColors(8));
@@ -155,8 +151,6 @@ TEST(EightBitClone, OtherSourcesNeedALoadedMappingImage) {
                   source);
     EXPECT_EQ(-1, clone->getConversionTransparentIndex());
 }
-
-// ---- Drawing in place and colours.
 
 TEST(EightBitDraw, FillTakesTheNearestIndexWithinTheImage) {
     mPalette palette = paletteOf({mColor(0, 0, 0), mColor(250, 250, 250), mColor(200, 0, 0)});
@@ -206,8 +200,6 @@ TEST(EightBitColors, ChangePaletteRemapsPixelsAndKeepsTransparentPixelsApart) {
     EXPECT_EQ(Bytes({(unsigned char)u, (unsigned char)u, 1}), Bytes(row8(*plain, 0), row8(*plain, 0) + 3));
     EXPECT_NE(1, u);
 }
-
-// ---- The mapping of 15-bit colours.
 
 // The index that the mapping gives a colour, read through a copy from a 15-bit pixel.
 int mapped(m8Bit &target, int red4, int green4, int blue4) {
@@ -267,8 +259,6 @@ TEST(EightBitMapping, EveryKeyIsFilledAndTheTransparentColourReservesItsIndex) {
     EXPECT_EQ(256, target->getColors());
     EXPECT_MERROR(mapped(*target, 1, 1, 1), "m8Bit::setMapping() not called before copy 15 bit source", 0, source);
 }
-
-// ---- The standard image and transparency.
 
 TEST(EightBitStdImage, ReadMarksTheTransparentValue) {
     mPalette palette = paletteOf({mColor(255, 0, 0), mColor(0, 255, 0), mColor(0, 0, 255)});
