@@ -47,7 +47,7 @@ void measure(const char *name, const mixed::Bytes &data) {
         touch(copy.data());
     });
     const bool same = out == data;
-    printf("%-6s %5.2f MB -> %5.1f%%   decode %7.1f MB/s = %.3f x memcpy   encode %6.1f MB/s = %.4f x memcpy"
+    printf("%-6s %5.2f MB -> %5.1f%%   decode %7.1f MB/s = %.3g x memcpy   encode %6.1f MB/s = %.3g x memcpy"
            "   memcpy %7.1f MB/s%s\n",
            name, n / 1e6, 100.0 * size / n, mbPerSecond(n, decode), copying / decode, mbPerSecond(n, encode),
            copying / encode, mbPerSecond(n, copying), same ? "" : "   DECODED DATA DIFFERS");

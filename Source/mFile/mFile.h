@@ -43,6 +43,8 @@ protected:
     std::FILE *stream;
 };
 
+// The input, output and read-write constructors settle the path in their bodies, so that a class
+// derived from them gets it without constructing the shared mFile base itself.
 class VELNOR_API mInputFile : public virtual mFile {
 public:
     // A relative path is looked for along the application's file search path.
@@ -50,6 +52,10 @@ public:
     mInputFile(mFSobject &base, const mString &path);
     mInputFile(mFile &f);
     mInputFile(const mInputFile &f);
+    mInputFile &operator=(const mInputFile &f) {
+        mFile::operator=(f);
+        return *this;
+    }
     // Asks the user for an existing file; throws "No File selected" when none is chosen.
     mInputFile(mFSdir *dir, std::vector<mString> *filters, const mString *title, const mString *name);
 
@@ -71,6 +77,10 @@ public:
     mOutputFile(const mString &path);
     mOutputFile(mFSobject &base, const mString &path);
     mOutputFile(const mOutputFile &f);
+    mOutputFile &operator=(const mOutputFile &f) {
+        mFile::operator=(f);
+        return *this;
+    }
     // Asks the user for a file to write; throws "No File selected" when none is chosen.
     mOutputFile(mFSdir *dir, bool askOverwrite, std::vector<mString> *filters, const mString *title,
                 const mString *name);
@@ -90,6 +100,10 @@ public:
     mIOFile(const mString &path);
     mIOFile(mFSobject &base, const mString &path);
     mIOFile(const mIOFile &f);
+    mIOFile &operator=(const mIOFile &f) {
+        mFile::operator=(f);
+        return *this;
+    }
 
     // Opens for reading and writing and empties the file.
     bool OpenFile(bool binary);

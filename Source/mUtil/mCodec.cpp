@@ -1,5 +1,6 @@
 #include "mUtil/mCodec.h"
 
+#include "mFile/mFile.h"
 #include "mUtil/mError.h"
 
 #include <cstddef>
@@ -211,6 +212,15 @@ private:
     unsigned long used;
 };
 
+class FileSink : public GroupSink {
+public:
+    explicit FileSink(const mOutputFile &file) : file(file) {}
+    void put(const unsigned char *bytes, unsigned count) override { file.writeBytes(bytes, (int)count); }
+
+private:
+    const mOutputFile &file;
+};
+
 // The encoder's working record for one call: binary search trees over the ring,
 // one tree for each first byte, whose nodes are ring positions.
 class LzssEncoder {
@@ -417,6 +427,11 @@ long mCodec::unCompress(const unsigned char *src, long srcLength, unsigned char 
     if (srcLength <= 0)
         return 0;
     return (long)decodeOrThrow(decodeLzss, src, (size_t)srcLength, dst, dstLength > 0 ? (size_t)dstLength : 0);
+}
+
+unsigned long mCodec::compress(const unsigned char *src, mOutputFile &out, unsigned long length) {
+    FileSink sink(out);
+    return encodeLzss(src, length, sink);
 }
 
 unsigned long mCodec::compress(const unsigned char *src, unsigned long length, unsigned char *dst,

@@ -11,6 +11,8 @@
 #pragma once
 #include "mUtil/mDefs.h"
 
+class mOutputFile;
+
 class VELNOR_API mCodec {
 public:
     // Decodes an LZSS stream of exactly srcLength bytes; srcLength <= 0 does
@@ -20,9 +22,12 @@ public:
     static long unCompress(const unsigned char *src, long srcLength, unsigned char *dst, long dstLength);
 
     // Encodes length bytes and gives the size of the stream, which may exceed
-    // length. It fills a block of dstLength bytes, which compressBound(length)
-    // always suffices for, and throws "Compressed data overruns its block" if
-    // the stream would not fit.
+    // length. The first form writes at the file's present position, a group of
+    // tokens at a time, and does not check what the file reports. The second
+    // fills a block of dstLength bytes, which compressBound(length) always
+    // suffices for, and throws "Compressed data overruns its block" if the
+    // stream would not fit.
+    static unsigned long compress(const unsigned char *src, mOutputFile &out, unsigned long length);
     static unsigned long compress(const unsigned char *src, unsigned long length, unsigned char *dst,
                                   unsigned long dstLength);
     static unsigned long compressBound(unsigned long length) { return length + (length + 7) / 8; }

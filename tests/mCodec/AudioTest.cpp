@@ -1,5 +1,6 @@
 #include "AudioEncoder.h"
 #include "CodecTesting.h"
+#include "ExpectError.h"
 #include "MixedData.h"
 
 #include <cmath>
@@ -8,7 +9,6 @@
 
 using codec::Bytes;
 using codec::Fenced;
-using codec::thrownBy;
 
 namespace {
 
@@ -108,10 +108,8 @@ TEST(AudioDecoder, StopsAtTheEndOfItsBlock) {
 
 TEST(AudioDecoder, BlockDataCutShortThrows) {
     // A 4-bit block of B = 32 wants 16 data bytes; 15 are there.
-    const mError e = thrownBy([&] { decode(concat({{32, 100, 0x30}, Bytes(15, 0x88)}), 100); });
-    EXPECT_STREQ(e.message.c_str(), "Hit EOF on decompression");
-    EXPECT_EQ(e.value, 0);
-    EXPECT_STREQ(e.file, "mUtil/mCodec");
+    EXPECT_MERROR(decode(concat({{32, 100, 0x30}, Bytes(15, 0x88)}), 100), "Hit EOF on decompression", 0,
+                  "mUtil/mCodec");
 }
 
 TEST(AudioDecoder, OutputBeyondTheBlockThrowsBeforeWritingPastIt) {
@@ -122,9 +120,7 @@ TEST(AudioDecoder, OutputBeyondTheBlockThrowsBeforeWritingPastIt) {
     };
     for (const Bytes &s : streams) {
         for (size_t size : {0, 1, 4}) {
-            const mError e = thrownBy([&] { decode(s, size); });
-            EXPECT_STREQ(e.message.c_str(), "Compressed data overruns its block");
-            EXPECT_EQ((size_t)e.value, size);
+            EXPECT_MERROR(decode(s, size), "Compressed data overruns its block", size, "mUtil/mCodec");
         }
     }
 }

@@ -1,5 +1,5 @@
-// What the codec's tests share: catching the library's errors, blocks fenced by
-// an inaccessible page, and a guard that turns a fault into a failed test.
+// What the codec's tests share: blocks fenced by an inaccessible page, and a
+// guard that turns a fault into a failed test.
 #pragma once
 #include <Velnor11.h>
 #include <gtest/gtest.h>
@@ -9,17 +9,6 @@
 namespace codec {
 
 using Bytes = std::vector<unsigned char>;
-
-// The mError that f throws; the test fails when it throws none.
-template <class F> mError thrownBy(F f) {
-    try {
-        f();
-    } catch (const mError &e) {
-        return e;
-    }
-    ADD_FAILURE() << "no mError was thrown";
-    return mError("");
-}
 
 // A block that ends right where an inaccessible page begins: reading or writing
 // one byte past it faults.

@@ -1,11 +1,13 @@
 #include "CodecTesting.h"
+#include "ExpectError.h"
 #include "MixedData.h"
+#include "ScratchDir.h"
 
+#include <cstdio>
 #include <cstring>
 
 using codec::Bytes;
 using codec::Fenced;
-using codec::thrownBy;
 
 namespace {
 
@@ -71,6 +73,7 @@ private:
 
 const char *const truncatedMessage = "Hit EOF on decompression";
 const char *const overrunMessage = "Compressed data overruns its block";
+const char *const codecPath = "mUtil/mCodec";
 
 // Outputs worked out by hand from the encoder's rules: ring positions start at
 // 4078 (0xFEE), a reference is position low byte, then position high nibble and
@@ -158,14 +161,64 @@ TEST(LzssEncoder, EmptyInputWritesNothing) {
     EXPECT_EQ(encode(Bytes()), Bytes());
 }
 
-TEST(LzssEncoder, StreamLongerThanItsBlockThrowsWithoutWritingPastIt) {
+TEST(LzssEncoder, FillsABlockExactlyAndThrowsBeforeWritingPastOne) {
     mixed::Random rng(7);
-    Fenced src(mixed::noise(1000, rng)), dst(900);
-    const mError e = thrownBy([&] {
-        codec::guarded([&] { mCodec::compress(src.data(), 1000, dst.data(), 900); });
-    });
-    EXPECT_STREQ(e.message.c_str(), overrunMessage);
-    EXPECT_EQ(e.value, 900);
+    const Bytes data = mixed::text(3000, rng);
+    const Bytes stream = encode(data);
+    Fenced src(data);
+    // Blocks from a group's length short to exactly the stream's size.
+    for (size_t size = stream.size() - 20; size <= stream.size(); ++size) {
+        Fenced dst(size);
+        auto run = [&] {
+            codec::guarded([&] {
+                EXPECT_EQ(mCodec::compress(src.data(), (unsigned long)data.size(), dst.data(), (unsigned long)size),
+                          (unsigned long)stream.size());
+            });
+        };
+        if (size == stream.size()) {
+            run();
+            EXPECT_EQ(dst.first(size), stream);
+        } else {
+            EXPECT_MERROR(run(), overrunMessage, size, codecPath);
+        }
+    }
+}
+
+Bytes readFile(const std::string &path) {
+    Bytes bytes;
+    if (std::FILE *f = std::fopen(path.c_str(), "rb")) {
+        for (int c; (c = std::fgetc(f)) != EOF;)
+            bytes.push_back((unsigned char)c);
+        std::fclose(f);
+    }
+    return bytes;
+}
+
+TEST(LzssEncoder, WritesToAFileAtItsPresentPosition) {
+    ScratchDir dir("codec");
+    mixed::Random rng(17);
+    const Bytes data = mixed::mix(200000, rng);
+    const Bytes stream = encode(data);
+    const std::string path = dir.path("stream.bin");
+    {
+        mOutputFile out(mString(path.c_str()));
+        ASSERT_TRUE(out.OpenFile(true, mFile::createFile));
+        out.writeBytes("HEAD", 4);
+        EXPECT_EQ(mCodec::compress(data.data(), out, (unsigned long)data.size()), (unsigned long)stream.size());
+        EXPECT_EQ(mCodec::compress(data.data(), out, 0), 0ul);
+    }
+    Bytes expected = bytesOf("HEAD");
+    expected.insert(expected.end(), stream.begin(), stream.end());
+    EXPECT_EQ(readFile(path), expected);
+}
+
+TEST(LzssEncoder, UnopenedFileFailsAtTheFirstWrite) {
+    ScratchDir dir("codec");
+    mOutputFile out(mString(dir.path("never.bin").c_str()));
+    const Bytes data = bytesOf("some bytes to encode");
+    EXPECT_EQ(mCodec::compress(data.data(), out, 0), 0ul);
+    EXPECT_MERROR(mCodec::compress(data.data(), out, (unsigned long)data.size()), "Write to unopened file!", 0,
+                  "mFile/mFile");
 }
 
 TEST(LzssEncoder, NoiseGrowsButStaysWithinTheBound) {
@@ -260,17 +313,13 @@ TEST(LzssDecoder, TruncatedTokensThrow) {
         {0xFF, 'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h', 0x01}, // the last byte is a flag byte
     };
     for (const Bytes &stream : cases) {
-        const mError e = thrownBy([&] { decode(stream, 100); });
-        EXPECT_STREQ(e.message.c_str(), truncatedMessage) << "stream of " << stream.size();
-        EXPECT_EQ(e.value, 0);
-        EXPECT_STREQ(e.file, "mUtil/mCodec");
+        SCOPED_TRACE(testing::Message() << "stream of " << stream.size());
+        EXPECT_MERROR(decode(stream, 100), truncatedMessage, 0, codecPath);
     }
     Fenced src(cases[0]);
     Bytes plain(100);
-    EXPECT_STREQ(thrownBy([&] {
-                     codec::guarded([&] { mCodec::unCompress(src.data(), plain.data(), 2); });
-                 }).message.c_str(),
-                 truncatedMessage);
+    EXPECT_MERROR(codec::guarded([&] { mCodec::unCompress(src.data(), plain.data(), 2); }), truncatedMessage, 0,
+                  codecPath);
 }
 
 TEST(LzssDecoder, EveryPrefixOfAStreamDecodesToAPrefixOrThrows) {
@@ -291,12 +340,10 @@ TEST(LzssDecoder, EveryPrefixOfAStreamDecodesToAPrefixOrThrows) {
 TEST(LzssDecoder, OutputBeyondTheBlockThrowsBeforeWritingPastIt) {
     const Bytes stream = encode(Bytes(100, 'z'));
     for (long size : {0L, 1L, 50L, 99L}) {
-        const mError e = thrownBy([&] { decode(stream, (size_t)size); });
-        EXPECT_STREQ(e.message.c_str(), overrunMessage);
-        EXPECT_EQ(e.value, size);
+        EXPECT_MERROR(decode(stream, (size_t)size), overrunMessage, size, codecPath);
     }
     // A literal that finds the block full.
-    EXPECT_STREQ(thrownBy([&] { decode(bytesOf("\x07xyz"), 2); }).message.c_str(), overrunMessage);
+    EXPECT_MERROR(decode(bytesOf("\x07xyz"), 2), overrunMessage, 2, codecPath);
 }
 
 TEST(LzssDecoder, RandomStreamsStayInsideTheirBlocks) {

