@@ -1,7 +1,6 @@
 // Helpers of the image tests: owning handles, payload builders and pixel access by
 // top-down coordinates, written independently of the library's own row arithmetic.
 #pragma once
-#include "BitmapFiles.h"
 #include "mSprite/m15Bit.h"
 #include "mSprite/m8Bit.h"
 #include "mSprite/m8BitRLE.h"
@@ -19,7 +18,43 @@
 #include <memory>
 #include <vector>
 
+typedef std::vector<unsigned char> Bytes;
 typedef std::vector<unsigned short> Words;
+
+inline void putBytes(Bytes &out, unsigned long v, int bytes) {
+    for (int i = 0; i < bytes; ++i)
+        out.push_back((unsigned char)(v >> (8 * i)));
+}
+
+// A bitmap payload: info header (and optionally the 14-byte file header), then `table`
+// and `pixels` as given.
+struct Payload {
+    Payload(long width, long height, int bitsPerPixel = 8, int planes = 1, const Bytes &pixels = Bytes())
+        : width(width), height(height), planes(planes), bitsPerPixel(bitsPerPixel), pixels(pixels) {}
+
+    long width, height;
+    int planes, bitsPerPixel, compression = 0;
+    long colorsUsed = 0;
+    Bytes table, pixels;
+
+    Bytes build(bool fileHeader) const {
+        Bytes out;
+        if (fileHeader) {
+            out = {'B', 'M'};
+            for (unsigned long v : {0UL, 0UL, (unsigned long)(54 + table.size())})
+                putBytes(out, v, 4);
+        }
+        for (long v : {40L, width, height})
+            putBytes(out, v, 4);
+        putBytes(out, planes, 2);
+        putBytes(out, bitsPerPixel, 2);
+        for (long v : {(long)compression, 0L, 0L, 0L, colorsUsed, 0L})
+            putBytes(out, v, 4);
+        out.insert(out.end(), table.begin(), table.end());
+        out.insert(out.end(), pixels.begin(), pixels.end());
+        return out;
+    }
+};
 
 // Images are released through free(); these hold one use.
 struct FreeImage {

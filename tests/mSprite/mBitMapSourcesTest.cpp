@@ -1,9 +1,9 @@
 // Images from a title's resources, plain and compressed, from an open file, and from object
 // files written here record by record.
-#include "BitmapFiles.h"
 #include "ExpectError.h"
 #include "ImageKit.h"
 #include "ScratchDir.h"
+#include "sprites.h"
 #include "mAswLib/mObjFile.h"
 #include "mFile/mFile.h"
 #include "mUtil/mCodec.h"
@@ -12,6 +12,43 @@
 namespace {
 
 const char source[] = "mSprite/mBitMap";
+const unsigned short missing = 99;
+
+// The picture of the bitmap resources, as their script has it.
+const int spriteWidth = 4, spriteHeight = 2, spriteColors = 4;
+int spritePixel(long x, long y) { return (int)((x * 3 + y) % 4); }
+unsigned long spriteColor(int i) { return 0x102030UL + i * 0x303030UL; }
+
+// Rows of 8-bit pixels from f(x, y), stored bottom row first on four-byte boundaries.
+Bytes rowsOf(long width, long height, int (*f)(long, long)) {
+    const long line = (width + 3) & ~3L;
+    Bytes rows(line * height, 0);
+    for (long y = 0; y < height; ++y)
+        for (long x = 0; x < width; ++x)
+            rows[(height - 1 - y) * line + x] = (unsigned char)f(x, y);
+    return rows;
+}
+
+// The picture as a bitmap file, and a file as a compressed block (decoded size, stored size,
+// stream) of literals only: a flag byte of eight literal bits before every eight bytes.
+Bytes spriteFile() {
+    Payload p(spriteWidth, spriteHeight, 8, 1, rowsOf(spriteWidth, spriteHeight, spritePixel));
+    p.colorsUsed = spriteColors;
+    for (int i = 0; i < spriteColors; ++i)
+        putBytes(p.table, spriteColor(i), 4);
+    return p.build(true);
+}
+Bytes compressedBlock(const Bytes &data) {
+    Bytes out;
+    putBytes(out, data.size(), 4);
+    putBytes(out, data.size() + (data.size() + 7) / 8 + 8, 4);
+    for (size_t i = 0; i < data.size(); ++i) {
+        if (i % 8 == 0)
+            out.push_back(0xFF);
+        out.push_back(data[i]);
+    }
+    return out;
+}
 
 // The test program stands for the title: its module holds the resources.
 mModule &title() {
@@ -39,8 +76,8 @@ TEST(BitMapResources, PlainAndCompressedGiveTheSameImage) {
 }
 
 TEST(BitMapResources, FailuresSayWhatWentWrong) {
-    EXPECT_MERROR(mBitMap::create(&title(), RES_MISSING, false), "Bitmap Resource not found", RES_MISSING, source);
-    EXPECT_MERROR(mBitMap::create(&title(), RES_MISSING, true), "Bitmap Resource not found", RES_MISSING, source);
+    EXPECT_MERROR(mBitMap::create(&title(), missing, false), "Bitmap Resource not found", missing, source);
+    EXPECT_MERROR(mBitMap::create(&title(), missing, true), "Bitmap Resource not found", missing, source);
     EXPECT_MERROR(mBitMap::create((mModule *)nullptr, RES_SPRITE, false), "Bitmap Resource not found", RES_SPRITE,
                   source);
     // The module's own failure passes on.
