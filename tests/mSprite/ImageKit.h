@@ -148,6 +148,12 @@ struct Lcg {
     long in(long lo, long hi) { return lo + (long)((next() >> 8) % (uint32_t)(hi - lo + 1)); }
 };
 
+// A rectangle around and across an image of w by h, at times empty or inverted.
+inline mRect randomRect(Lcg &rng, long w, long h) {
+    const long l = rng.in(-w, 2 * w), t = rng.in(-h, 2 * h);
+    return mRect(l, t, l + rng.in(-3, 2 * w + 3), t + rng.in(-3, 2 * h + 3));
+}
+
 // Memory with inaccessible pages on both sides; the block either starts right behind the
 // first or ends right before the second, so that a step past that edge faults at once.
 class GuardedBlock {
@@ -210,8 +216,7 @@ void checkCopies(const mBitMap &from, const std::function<int(long, long)> &read
                 reinterpret_cast<Pixel *>(row8(*target, y))[x] = (Pixel)(200 + (x + y) % 50);
         Bytes expected = blockOf(*target);
         const long line = head(*target).lineBytes;
-        const long l = rng.in(-w, 2 * w), t = rng.in(-h, 2 * h);
-        const mRect r(l, t, l + rng.in(-3, 2 * w + 3), t + rng.in(-3, 2 * h + 3));
+        const mRect r = randomRect(rng, w, h);
         const mPoint at(rng.in(-tw, tw + 5), rng.in(-th, th + 5));
         for (long y = std::max(r.top, 0L); y < std::min(r.bottom, h); ++y) {
             for (long x = std::max(r.left, 0L); x < std::min(r.right, w); ++x) {
