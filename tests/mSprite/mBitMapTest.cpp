@@ -1,4 +1,5 @@
-// The framework: counting, clipping, tiling, colour tables, the registry and creation from memory.
+// The framework: counting, clipping, tiling, colour tables, the registry, creation from
+// memory, and the flip and scroll of both plain depths.
 #include "ExpectError.h"
 #include "ImageKit.h"
 
@@ -23,70 +24,34 @@ TEST(BitMapCounting, UseAndFreeKeepTheImageUntilTheLastUse) {
     mBitMap *image = new Tracked(&gone);
     EXPECT_EQ(image, image->use());
     image->use();
-    EXPECT_EQ(3, head(*image).refCount);
     image->free();
     image->free();
     EXPECT_FALSE(gone);
-    EXPECT_EQ(1, head(*image).refCount);
     image->free();
     EXPECT_TRUE(gone);
 }
 
-TEST(BitMapCounting, AnImageWithoutDataCannotBeUsed) {
+// A default-constructed prototype has no data and cannot be used.
+TEST(BitMapCounting, APrototypeCannotBeUsed) {
     Owned<m8Bit> prototype(new m8Bit());
-    EXPECT_EQ(nullptr, prototype->getData());
     EXPECT_MERROR(prototype->use(), "Cannot use bitmap that is not loaded", 0, source);
     EXPECT_EQ(1, head(*prototype).refCount);
 }
 
-TEST(BitMapCounting, PrototypesWithoutDataAnswerEverythingSafely) {
-    const mColor black;
-    mPalette palette(&black, 1);
-    mColor white(255, 255, 255);
-    Owned<m8Bit> eight(new m8Bit());
-    Owned<m8BitRLE> rle(new m8BitRLE());
-    Owned<m15Bit> colour(new m15Bit());
-    Owned<m8Bit> target(new m8Bit(mSize(4, 4), &palette));
-    for (mBitMap *image : std::vector<mBitMap *>{eight.get(), rle.get(), colour.get()}) {
-        EXPECT_FALSE(image->isSolid(mPoint(0, 0)) && image->hasTransparency());
-        image->flip();
-        int count = 0;
-        delete[] image->getUsedColors(count, 0);
-        target->copy(image, mRect(0, 0, 4, 4), mPoint(0, 0));
-    }
-    eight->setTransparent();
-    eight->changePalette(palette, true);
-    eight->fill(mRect(0, 0, 4, 4), white);
-    eight->scroll(1, 1, white);
-    eight->copy(target.get(), mRect(0, 0, 4, 4), mPoint(0, 0));
-    rle->changePalette(palette, true);
-    EXPECT_EQ(245, rle->getUnusedIndex());
-    colour->setTransparent();
-    colour->fill(white);
-    colour->copy(target.get(), mRect(0, 0, 4, 4), mPoint(0, 0));
+// Clips a copy of `r` at `p` from a source of `size` into a 100-by-100 target.
+void expectClip(const mSize &size, mRect r, mPoint p, const mRect &wantR, const mPoint &wantP) {
+    Owned<m8Bit> target(new m8Bit(mSize(100, 100), nullptr));
+    target->clip(size, r, p);
+    EXPECT_EQ(wantR, r);
+    EXPECT_EQ(wantP, p);
 }
 
 TEST(BitMapClip, WorkedExamples) {
-    Owned<m8Bit> target(new m8Bit(mSize(100, 100), nullptr));
-    mRect r(0, 0, 20, 20);
-    mPoint p(-5, -5);
-    target->clip(mSize(20, 20), r, p);
-    EXPECT_EQ(mRect(5, 5, 20, 20), r);
-    EXPECT_EQ(mPoint(0, 0), p);
-
+    expectClip(mSize(20, 20), mRect(0, 0, 20, 20), mPoint(-5, -5), mRect(5, 5, 20, 20), mPoint(0, 0));
     // Negative source rectangle and negative position add up.
-    r = mRect(-3, -4, 10, 10);
-    p = mPoint(-5, 2);
-    target->clip(mSize(20, 20), r, p);
-    EXPECT_EQ(mRect(2, 0, 10, 10), r);
-    EXPECT_EQ(mPoint(0, 6), p);
-
+    expectClip(mSize(20, 20), mRect(-3, -4, 10, 10), mPoint(-5, 2), mRect(2, 0, 10, 10), mPoint(0, 6));
     // The right and bottom edges of the target and of the source.
-    r = mRect(0, 0, 30, 20);
-    p = mPoint(90, 95);
-    target->clip(mSize(25, 20), r, p);
-    EXPECT_EQ(mRect(0, 0, 10, 5), r);
-    EXPECT_EQ(mPoint(90, 95), p);
+    expectClip(mSize(25, 20), mRect(0, 0, 30, 20), mPoint(90, 95), mRect(0, 0, 10, 5), mPoint(90, 95));
 }
 
 TEST(BitMapClip, AbsurdValuesComeOutEmptyWithoutWrapping) {
@@ -97,79 +62,52 @@ TEST(BitMapClip, AbsurdValuesComeOutEmptyWithoutWrapping) {
             mRect r(a, 0, b, 10);
             mPoint p(b, a);
             target->clip(mSize(50, 50), r, p);
-            if (!r.isEmpty()) {
-                EXPECT_GE(r.left, 0);
-                EXPECT_LE(r.right, 50);
-                EXPECT_GE(p.x, 0);
-                EXPECT_LE(p.x + r.width(), 100);
-                EXPECT_GE(p.y, 0);
-                EXPECT_LE(p.y + r.height(), 100);
-            }
+            EXPECT_TRUE(r.isEmpty() || (r.left >= 0 && r.right <= 50 && p.x >= 0 && p.x + r.width() <= 100 &&
+                                        p.y >= 0 && p.y + r.height() <= 100))
+                << a << ", " << b;
         }
     }
 }
 
-// A source whose column 0 and row 0 are marked, so each tile shows where it landed.
-Owned<m8Bit> markedTile(long width, long height) {
-    return make8(width, height, nullptr, [](long x, long y) { return x == 0 ? 1 : y == 0 ? 2 : 3; });
-}
-
-std::vector<long> markedColumns(m8Bit &target, long y) {
+// The columns of row 10 where a tile with a marked column 0 landed.
+std::vector<long> markedColumns(m8Bit &target) {
     std::vector<long> columns;
     for (long x = 0; x < head(target).width; ++x) {
-        if (px8(target, x, y) == 1)
+        if (px8(target, x, 10) == 1)
             columns.push_back(x);
     }
     return columns;
 }
 
-TEST(BitMapTile, CentredTilesKeepTheirPlaceInTheGrid) {
+TEST(BitMapTile, TilesKeepTheirPlaceInTheGridAndHonourTransparency) {
     Owned<m8Bit> target(new m8Bit(mSize(100, 40), nullptr));
-    Owned<m8Bit> tile = markedTile(30, 40);
+    Owned<m8Bit> tile = make8(30, 40, nullptr, [](long x, long y) { return x == 0 ? 1 : y == 0 ? 2 : 3; });
     target->tile(tile.get(), true);
     // (100 - 30) / 2 = 35, moved left to -25: tiles at -25, 5, 35, 65 and 95.
-    EXPECT_EQ((std::vector<long>{5, 35, 65, 95}), markedColumns(*target, 10));
+    EXPECT_EQ((std::vector<long>{5, 35, 65, 95}), markedColumns(*target));
     EXPECT_EQ(3, px8(*target, 4, 10));
-
-    target->fill(mRect(0, 0, 100, 40), mColor(true));
+    // From the corner, over those: where the tiles are transparent, the centred ones stay.
+    tile->setTransparent(3);
     target->tile(tile.get(), false);
-    EXPECT_EQ((std::vector<long>{0, 30, 60, 90}), markedColumns(*target, 10));
-}
+    EXPECT_EQ((std::vector<long>{0, 5, 30, 35, 60, 65, 90, 95}), markedColumns(*target));
 
-TEST(BitMapTile, ASourceLargerThanTheTargetKeepsItsNegativeStart) {
-    Owned<m8Bit> target(new m8Bit(mSize(100, 20), nullptr));
-    Owned<m8Bit> wide = make8(200, 20, nullptr, [](long x, long) { return x; });
+    // A source larger than the target keeps its negative start; an empty one does nothing.
+    Owned<m8Bit> wide = make8(200, 40, nullptr, [](long x, long) { return x; });
     target->tile(wide.get(), true);
     EXPECT_EQ(50, px8(*target, 0, 0));
-    EXPECT_EQ(149, px8(*target, 99, 19));
-}
-
-TEST(BitMapTile, TilesHonourTransparencyAndEmptySourcesDoNothing) {
-    Owned<m8Bit> target = make8(10, 10, nullptr, [](long, long) { return 9; });
-    Owned<m8Bit> tile = make8(3, 3, nullptr, [](long x, long y) { return x == 1 && y == 1 ? 5 : 0; });
-    tile->setTransparent(0);
-    target->tile(tile.get(), false);
-    EXPECT_EQ(5, px8(*target, 4, 4));
-    EXPECT_EQ(9, px8(*target, 3, 3));
-
-    Owned<m8Bit> empty(new m8Bit(mSize(0, 5), nullptr));
+    EXPECT_EQ(149, px8(*target, 99, 39));
     const Bytes before = blockOf(*target);
-    target->tile(empty.get(), true);
+    target->tile(own(new m8Bit(mSize(0, 5), nullptr)).get(), true);
     EXPECT_EQ(before, blockOf(*target));
 }
 
 TEST(BitMapColors, EntriesAreCheckedAndTheCacheFollowsChanges) {
-    const std::vector<mColor> colors = rampColors(4);
-    mPalette palette(colors.data(), 4);
+    mPalette palette = paletteOf(rampColors(4));
     Owned<m8Bit> image(new m8Bit(mSize(2, 2), &palette));
-    EXPECT_EQ(4, image->getColors());
-    EXPECT_MERROR(image->getColor(4), "Color index does not exist", 4, source);
-    EXPECT_MERROR(image->getColor(-1), "Color index does not exist", 4, source);
+    for (int outside : {4, -1})
+        EXPECT_MERROR(image->getColor(outside), "Color index does not exist", 4, source);
     EXPECT_MERROR(image->setColor(mColor(1, 2, 3), 4), "Color index does not exist", 4, source);
-
-    const unsigned short *table = image->getRGB15convert();
-    ASSERT_NE(nullptr, table);
-    EXPECT_EQ(colors[3].getRGB15(), table[3]);
+    image->getRGB15convert(); // a table that the change below must not leave stale
     image->setColor(mColor(255, 0, 0), 3);
     EXPECT_EQ(0x7C00, image->getRGB15convert()[3]);
 
@@ -177,14 +115,12 @@ TEST(BitMapColors, EntriesAreCheckedAndTheCacheFollowsChanges) {
     std::unique_ptr<mColor[]> copy(image->getColors(count));
     ASSERT_EQ(4, count);
     EXPECT_EQ(0xFF0000UL, copy[3].getRGB());
-    std::unique_ptr<mPalette> back(image->getPalette());
-    ASSERT_NE(nullptr, back);
-    EXPECT_EQ(4, back->getColorCount());
+    EXPECT_EQ(4, std::unique_ptr<mPalette>(image->getPalette())->getColorCount());
 }
 
 TEST(BitMapColors, CopyPaletteFromAPaletteCountsBothIndicesAgainstTheLimit) {
     const std::vector<mColor> colors = rampColors(256);
-    mPalette palette(colors.data(), 256);
+    mPalette palette = paletteOf(colors);
     Owned<m8Bit> image(new m8Bit(mSize(1, 1), nullptr));
     // 5 + 10 + 245 = 260: the count becomes 256 - 10 - 5.
     EXPECT_EQ(241, image->copyPalette(palette, 10, 5, 245));
@@ -194,8 +130,7 @@ TEST(BitMapColors, CopyPaletteFromAPaletteCountsBothIndicesAgainstTheLimit) {
     EXPECT_EQ(0UL, image->getColor(9).getRGB());
 
     // A count of 0 takes the whole palette; a smaller palette keeps the entries behind it.
-    const std::vector<mColor> few = {mColor(1, 1, 1), mColor(2, 2, 2)};
-    mPalette small(few.data(), 2);
+    mPalette small = paletteOf({mColor(1, 1, 1), mColor(2, 2, 2)});
     EXPECT_EQ(2, image->copyPalette(small, 0, 0, 0));
     EXPECT_EQ(251, image->getColors());
     EXPECT_EQ(0x020202UL, image->getColor(1).getRGB());
@@ -209,13 +144,11 @@ TEST(BitMapColors, CopyPaletteFromAPaletteCountsBothIndicesAgainstTheLimit) {
 
 TEST(BitMapColors, CopyPaletteFromAnImage) {
     const std::vector<mColor> colors = rampColors(8);
-    mPalette palette(colors.data(), 8);
+    mPalette palette = paletteOf(colors);
     Owned<m8Bit> from(new m8Bit(mSize(1, 1), &palette));
     Owned<m8Bit> to(new m8Bit(mSize(1, 1), nullptr));
     Owned<m15Bit> colour(new m15Bit(mSize(1, 1)));
-    Owned<m8Bit> bare(new m8Bit(mSize(1, 1), nullptr));
-
-    EXPECT_EQ(0, to->copyPalette(bare.get()));
+    EXPECT_EQ(0, to->copyPalette(own(new m8Bit(mSize(1, 1), nullptr)).get()));
     EXPECT_EQ(8, to->copyPalette(from.get()));
     EXPECT_EQ(8, to->getColors());
     EXPECT_EQ(colors[7].getRGB(), to->getColor(7).getRGB());
@@ -225,70 +158,39 @@ TEST(BitMapColors, CopyPaletteFromAnImage) {
 
 TEST(BitMapCreate, BlankImagesByDepth) {
     Owned<mBitMap> eight = own(mBitMap::create(8, mSize(5, 3), nullptr));
-    ASSERT_NE(nullptr, eight);
-    EXPECT_EQ(mBitMap::bitmap8, eight->getBitmapType());
-    EXPECT_EQ(8L, head(*eight).lineBytes);
+    ASSERT_EQ(mBitMap::bitmap8, eight->getBitmapType());
     EXPECT_EQ(0, eight->getColors());
     EXPECT_EQ(Bytes(24, 0), blockOf(*eight));
-
-    Owned<mBitMap> four = own(mBitMap::create(4, mSize(1, 1), nullptr));
-    EXPECT_EQ(mBitMap::bitmap8, four->getBitmapType());
-    for (int bits : {15, 16}) {
-        Owned<mBitMap> colour = own(mBitMap::create(bits, mSize(3, 2), nullptr));
-        ASSERT_NE(nullptr, colour);
-        EXPECT_EQ(mBitMap::bitmap15, colour->getBitmapType());
-        EXPECT_EQ(8L, head(*colour).lineBytes);
-    }
+    EXPECT_EQ(mBitMap::bitmap8, own(mBitMap::create(4, mSize(1, 1), nullptr))->getBitmapType());
+    for (int bits : {15, 16})
+        EXPECT_EQ(mBitMap::bitmap15, own(mBitMap::create(bits, mSize(3, 2), nullptr))->getBitmapType());
     EXPECT_EQ(nullptr, mBitMap::create(24, mSize(3, 2), nullptr));
     EXPECT_MERROR(mBitMap::create(8, mSize(-1, 4), nullptr), "Bad bitmap size", -1, source);
     EXPECT_MERROR(mBitMap::create(16, mSize(0x7FFFFFF0, 0x7FFFFFF0), nullptr), "Bitmap too large", 0x7FFFFFF0,
                   source);
 }
 
-TEST(BitMapCreate, EachFormatTakesItsOwnPayload) {
-    Payload p(2, 1);
-    p.colorsUsed = 1;
-    addEntry(p.table, mColor(1, 2, 3));
-    p.pixels = {0, 0, 0, 0};
-    for (bool fileHeader : {false, true}) {
-        Owned<mBitMap> image = createFrom(p, fileHeader);
-        EXPECT_EQ(mBitMap::bitmap8, image->getBitmapType());
-    }
-    Payload rle = p;
-    rle.compression = 1;
-    rle.pixels = {2, 0, 0, 0, 0, 1};
-    EXPECT_EQ(mBitMap::bitmapRLE, createFrom(rle, true)->getBitmapType());
-    Payload colour(1, 1);
-    colour.bitsPerPixel = 16;
-    colour.pixels = {0x34, 0x12, 0, 0};
-    EXPECT_EQ(mBitMap::bitmap15, createFrom(colour, false)->getBitmapType());
+void expectRefused(const void *block, long length, bool fileHeader) {
+    EXPECT_MERROR(mBitMap::create(block, length, fileHeader), "No support for this bitmap format", 0, source);
 }
 
 TEST(BitMapCreate, BlocksNoFormatTakesEndInTheLastResort) {
-    Payload p(1, 1);
-    p.bitsPerPixel = 24;
-    p.pixels = {1, 2, 3, 0};
-    EXPECT_MERROR(createFrom(p, true), "No support for this bitmap format", 0,
-                  source);
-    // Too short, a wrong tag, a wrong header size, 16 bits with other planes.
-    Payload eight(1, 1);
-    eight.planes = 40;
-    eight.pixels = {7, 0, 0, 0};
-    Bytes block = eight.build(true);
-    EXPECT_MERROR(mBitMap::create(block.data(), 53, true), "No support for this bitmap format", 0, source);
-    EXPECT_MERROR(mBitMap::create(block.data(), 39, false), "No support for this bitmap format", 0, source);
-    block[1] = 'N';
-    EXPECT_MERROR(mBitMap::create(block.data(), (long)block.size(), true), "No support for this bitmap format", 0,
-                  source);
-    eight.headerSize = 12;
-    EXPECT_MERROR(createFrom(eight, false), "No support for this bitmap format", 0,
-                  source);
-    Payload sixteen;
-    sixteen.planes = 2;
-    sixteen.bitsPerPixel = 16;
-    EXPECT_MERROR(createFrom(sixteen, false), "No support for this bitmap format", 0,
-                  source);
-    EXPECT_MERROR(mBitMap::create((const void *)nullptr, 100L, false), "No support for this bitmap format", 0, source);
+    const Payload eight(1, 1, 8, 40, {7, 0, 0, 0});
+    Bytes file = eight.build(true), info = eight.build(false);
+    const long size = (long)info.size();
+    expectRefused(file.data(), 53, true);
+    expectRefused(info.data(), 39, false);
+    expectRefused(nullptr, 100, false);
+    file[1] = 'N';
+    expectRefused(file.data(), size + 14, true);
+    info[0] = 12; // the size of another kind of info header
+    expectRefused(info.data(), size, false);
+    info[0] = 40;
+    info[14] = 24;
+    expectRefused(info.data(), size, false);
+    info[14] = 16; // with 16 bits, planes must be 1
+    info[12] = 2;
+    expectRefused(info.data(), size, false);
 }
 
 // A title's own format: takes 24-bit payloads, as a 1-by-1 8-bit image.
@@ -307,22 +209,73 @@ public:
 TEST(BitMapCreate, ATitlesFormatIsTriedAfterTheLibrarysOwn) {
     TitleFormat *format = new TitleFormat();
     format->enroll();
-    Payload p(1, 1);
-    p.bitsPerPixel = 24;
-    p.pixels = {1, 2, 3, 0};
-    Owned<mBitMap> image = createFrom(p, false);
-    EXPECT_NE(nullptr, dynamic_cast<TitleFormat *>(image.get()));
+    Payload p(1, 1, 24, 1, {1, 2, 3, 0});
+    EXPECT_NE(nullptr, dynamic_cast<TitleFormat *>(createFrom(p).get()));
     // An 8-bit payload still goes to the library's format, which comes first.
     p.bitsPerPixel = 8;
     p.planes = 40;
-    Owned<mBitMap> plain = createFrom(p, false);
-    EXPECT_EQ(nullptr, dynamic_cast<TitleFormat *>(plain.get()));
+    EXPECT_EQ(nullptr, dynamic_cast<TitleFormat *>(createFrom(p).get()));
     format->withdraw();
     format->withdraw();
     format->free();
     p.bitsPerPixel = 24;
-    EXPECT_MERROR(createFrom(p, false), "No support for this bitmap format", 0,
-                  source);
+    EXPECT_MERROR(createFrom(p), "No support for this bitmap format", 0, source);
+}
+
+int ramp(long x, long y) { return (int)(10 + x + 9 * y); }
+
+TEST(PlainDraw, FlipReversesEachRowAndLeavesThePadding) {
+    for (long width : {1L, 2L, 3L, 5L, 6L}) {
+        Owned<mBitMap> images[] = {make8(width, 3, nullptr, ramp), make15(width, 3, ramp)};
+        for (Owned<mBitMap> &image : images) {
+            const long used = width * (head(*image).bits == 8 ? 1 : 2), line = head(*image).lineBytes;
+            for (long y = 0; y < 3; ++y)
+                std::fill(row8(*image, y) + used, row8(*image, y) + line, 0xEE);
+            image->flip();
+            for (long y = 0; y < 3; ++y) {
+                for (long x = 0; x < width; ++x)
+                    EXPECT_EQ(ramp(width - 1 - x, y), pixelAt(*image, x, y));
+                EXPECT_EQ(Bytes(line - used, 0xEE), Bytes(row8(*image, y) + used, row8(*image, y) + line));
+            }
+        }
+    }
+}
+
+// What a scroll of `area` by (dx, dy) leaves at (x, y) of a 9-by-7 ramp image: the pixel
+// from (x - dx, y - dy) if that lies in the area and the image, else `fill`, or the old
+// pixel when fill is negative.
+int scrolled(mRect area, long x, long y, int dx, int dy, int fill) {
+    area &= mRect(0, 0, 9, 7);
+    if (!area.hasPoint(mPoint(x, y)))
+        return ramp(x, y);
+    if (area.hasPoint(mPoint(x - dx, y - dy)))
+        return ramp(x - dx, y - dy);
+    return fill < 0 ? ramp(x, y) : fill;
+}
+
+TEST(PlainDraw, ScrollMovesWithinTheAreaAndFillsTheStrips) {
+    mPalette palette = paletteOf({mColor(0, 0, 0), mColor(9, 9, 9), mColor(255, 255, 255)});
+    mColor white(255, 255, 255), none(true);
+    const int moves[][2] = {{0, 0}, {2, 0}, {-2, 0}, {0, 3}, {0, -3}, {1, 1}, {-3, 2}, {2, -1}, {-1, -4}, {100, -100000}};
+    const mRect whole(0, 0, 9, 7), areas[] = {whole, mRect(2, 1, 7, 6), mRect(-4, -4, 5, 20)};
+    for (const mRect &area : areas) {
+        for (const auto &m : moves) {
+            for (mColor *fill : {&white, &none}) {
+                Owned<mBitMap> images[] = {make8(9, 7, &palette, ramp), make15(9, 7, ramp)};
+                for (Owned<mBitMap> &image : images) {
+                    const int value = fill == &none ? -1 : head(*image).bits == 8 ? 2 : 0x7FFF;
+                    if (area == whole)
+                        image->scroll(m[0], m[1], *fill);
+                    else
+                        image->scroll(area, m[0], m[1], *fill);
+                    for (long y = 0; y < 7; ++y)
+                        for (long x = 0; x < 9; ++x)
+                            ASSERT_EQ(scrolled(area, x, y, m[0], m[1], value), pixelAt(*image, x, y))
+                                << head(*image).bits << " bits, move " << m[0] << "," << m[1] << " at " << x << "," << y;
+                }
+            }
+        }
+    }
 }
 
 } // namespace
