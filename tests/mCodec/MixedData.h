@@ -1,5 +1,5 @@
 // Inputs of the kinds the codec meets in a title's files: text, runs of one byte,
-// noise and 8-bit images, alone or interleaved. The codec's tests and its
+// noise, sparse bytes and 8-bit images, alone or interleaved. The codec's tests and its
 // benchmark share them.
 #pragma once
 #include <cstddef>
@@ -51,6 +51,15 @@ inline Bytes noise(size_t n, Random &rng) {
     Bytes out(n);
     for (unsigned char &b : out)
         b = (unsigned char)rng();
+    return out;
+}
+
+// Mostly zeros with a byte here and there, as in a sprite's transparent areas.
+inline Bytes sparse(size_t n, Random &rng) {
+    Bytes out(n, 0);
+    for (unsigned char &b : out)
+        if (rng.below(24) == 0)
+            b = (unsigned char)rng();
     return out;
 }
 
