@@ -84,7 +84,7 @@ inline Bytes decode(Format format, const Bytes &stream, size_t size) {
                       : mCodec::unAComp(src.data(), (unsigned long)stream.size(), dst.data(), (unsigned long)size);
     });
     EXPECT_LE(written, size);
-    return dst.first(written);
+    return dst.first(written < size ? written : size);
 }
 
 // Hostile input. Prefixes of a good stream, denser at its start, decode to a

@@ -22,7 +22,7 @@ Bytes encode(const Bytes &in) {
     unsigned long size = 0;
     codec::guarded([&] { size = mCodec::compress(src.data(), (unsigned long)in.size(), dst.data(), bound); });
     EXPECT_LE(size, bound);
-    return dst.first(size);
+    return dst.first(size < bound ? size : bound);
 }
 
 // Builds a stream token by token, as a hand-made encoder would.
@@ -86,8 +86,8 @@ TEST(LzssEncoder, DeletingANodeWithTwoSonsPromotesTheRightmostOfItsLeftSubtree) 
     // Reading input byte 4096 deletes P, and LR takes its place, with L and R
     // as its sons. "QXYG" at input 4079 then meets LR first, then L, both
     // matching 3 bytes: it refers to LR, at ring (4078 + 60) mod 4096 = 42.
-    // Behind each, filler from 0xA0 on in which no three bytes in a row come
-    // twice: the high and low parts of a counter in turn, literals only.
+    // The filler behind each, a counter's high and low parts in turn from 0xA0
+    // on, repeats no three bytes and so is all literals.
     const struct {
         char last;
         int position; // of the reference to "QXY", or -1 for literals
