@@ -15,6 +15,21 @@ struct FreeBlock {
 };
 using BlockPtr = std::unique_ptr<unsigned char, FreeBlock>;
 
+// An object as getObject gives it out; type and size start as what it must overwrite.
+struct Object {
+    BlockPtr block;
+    mObjFile::mObjType type = mObjFile::objData;
+    int size = -1;
+
+    Bytes bytes(size_t from, size_t to) const { return Bytes(block.get() + from, block.get() + to); }
+};
+
+inline Object readObject(mObjFile &file, int index) {
+    Object object;
+    object.block.reset(static_cast<unsigned char *>(file.getObject(index, object.type, object.size)));
+    return object;
+}
+
 class ObjFileTest : public ::testing::Test {
 protected:
     ObjFileTest() : dir(::testing::UnitTest::GetInstance()->current_test_info()->name()), serial(0) {}
@@ -23,9 +38,9 @@ protected:
     mString put(const Bytes &bytes) { return mString(dir.write("f" + std::to_string(serial++) + ".obj", bytes).c_str()); }
 
     // The one object of a file made of one record.
-    BlockPtr only(const Record &record, mObjFile::mObjType &type, int &size) {
-        mObjFile file(put(objectFile({record}, false).bytes));
-        return BlockPtr(static_cast<unsigned char *>(file.getObject(0, type, size)));
+    Object only(const Record &record) {
+        mObjFile file(put(objectFile({record}).bytes));
+        return readObject(file, 0);
     }
 
     ScratchDir dir;

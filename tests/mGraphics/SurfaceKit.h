@@ -26,22 +26,15 @@ inline mPalette plainPalette(int count = 16) {
 }
 
 // The surface side's own fields, for the checks that need them.
-class Peek8 : public m8BitMemImage {
+template <class Image> class Peek : public Image {
 public:
-    Peek8(mGraphics *compatible, const mSize &size, const mPalette *palette)
-        : m8BitMemImage(compatible, size, palette) {}
-    const BITMAPINFO *info() const { return static_cast<const BITMAPINFO *>(bitmapInfo); }
-    HBITMAP section() const { return reinterpret_cast<HBITMAP>(bitmap); }
-    HDC dc() const { return reinterpret_cast<HDC>(peer); }
+    using Image::Image;
+    const BITMAPINFO *info() const { return static_cast<const BITMAPINFO *>(this->bitmapInfo); }
+    HBITMAP section() const { return reinterpret_cast<HBITMAP>(this->bitmap); }
+    HDC dc() const { return reinterpret_cast<HDC>(this->peer); }
 };
-
-class Peek15 : public m15BitMemImage {
-public:
-    Peek15(mGraphics *compatible, const mSize &size) : m15BitMemImage(compatible, size) {}
-    const BITMAPINFO *info() const { return static_cast<const BITMAPINFO *>(bitmapInfo); }
-    HBITMAP section() const { return reinterpret_cast<HBITMAP>(bitmap); }
-    HDC dc() const { return reinterpret_cast<HDC>(peer); }
-};
+typedef Peek<m8BitMemImage> Peek8;
+typedef Peek<m15BitMemImage> Peek15;
 
 inline HDC dcOf(mGraphics &g) { return reinterpret_cast<HDC>(g.getPeer()); }
 inline HGDIOBJ handleOf(SYSTEM_INFO_STRUCT *p) { return reinterpret_cast<HGDIOBJ>(p); }
@@ -52,14 +45,19 @@ inline int uses(HGDIOBJ object) {
     return entry ? entry->getRefCount() : 0;
 }
 
-// The pixels of an 8-bit image as rows of text, one character per pixel: '0' + value, and
-// '.' for `background`; a failed comparison then shows the picture.
+// The pixels of an image as rows of text, one character per pixel: '0' + value, and '.' for
+// `background`; a 15-bit pixel counts as the number of its plain colour, '?' for none. A
+// failed comparison then shows the picture.
 inline std::string picture(mBitMap &image, int background) {
+    const std::vector<mColor> colors = plainColors();
+    const bool wide = image.getBitmapType() == mBitMap::bitmap15;
     std::string out;
     const mSize size = image.getSize();
     for (long y = 0; y < size.cy; ++y) {
         for (long x = 0; x < size.cx; ++x) {
-            const int v = px8(image, x, y);
+            int v = wide ? 15 : px8(image, x, y);
+            for (int i = 0; wide && i < plainCount; ++i)
+                v = colors[i].getRGB15() == px15(image, x, y) ? i : v;
             out += v == background ? '.' : (char)('0' + v);
         }
         out += '\n';

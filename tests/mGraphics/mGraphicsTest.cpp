@@ -4,6 +4,8 @@
 #include "SurfaceKit.h"
 #include "VelnorTest.h"
 
+#include <functional>
+#include <map>
 #include <string>
 
 namespace {
@@ -11,12 +13,12 @@ namespace {
 // A memory image of plain colours, cleared to black, to draw on and read back.
 class Drawing : public ::testing::Test {
 protected:
-    Drawing() : palette(plainPalette()), image(new Peek8(nullptr, mSize(40, 30), &palette)) { clear(black); }
+    Drawing() : palette(plainPalette()), image(new Peek8(nullptr, mSize(40, 30), &palette)) { clear(); }
     ~Drawing() override { image->free(); }
 
-    void clear(int value) { std::memset(image->getDIBPtr(), value, head(*image).dataSize); }
+    void clear() { std::memset(image->getDIBPtr(), black, head(*image).dataSize); }
     int at(long x, long y) { return px8(*image, x, y); }
-    // Pixels of the image that differ from `value`, inside and outside a rectangle.
+    // Pixels of the image that differ from `value`, inside or outside a rectangle.
     int countOther(int value, const mRect &area, bool inside) {
         int n = 0;
         for (long y = 0; y < 30; ++y)
@@ -24,298 +26,205 @@ protected:
                 n += at(x, y) != value && area.hasPoint(mPoint(x, y)) == inside;
         return n;
     }
+    // Whether `area` is all `value` and the rest of the image still black.
+    bool only(int value, const mRect &area) {
+        return countOther(value, area, true) == 0 && countOther(black, area, false) == 0;
+    }
 
     mPalette palette;
     Peek8 *image;
 };
 
-TEST_F(Drawing, LinesRectanglesAndFillsLandOnTheirPixels) {
-    mPen redPen(mColor(255, 0, 0), 1);
-    image->setPen(&redPen);
-    image->moveTo(mPoint(2, 5));
-    image->lineTo(mPoint(20, 5));
-    image->flush();
-    for (long x = 0; x < 40; ++x)
-        EXPECT_EQ(x >= 2 && x < 20 ? red : black, at(x, 5)) << "x " << x;
-    EXPECT_EQ(18, countOther(black, mRect(0, 0, 40, 30), true));
-
-    clear(black);
-    mPen greenPen(mColor(0, 255, 0), 1);
-    mBrush blueBrush(mColor(0, 0, 255));
-    image->setPen(&greenPen);
-    image->setBrush(&blueBrush);
-    image->rectangle(mRect(10, 10, 30, 20));
-    image->flush();
-    for (long y = 0; y < 30; ++y) {
-        for (long x = 0; x < 40; ++x) {
-            const bool in = x >= 10 && x < 30 && y >= 10 && y < 20;
-            const bool edge = in && (x == 10 || x == 29 || y == 10 || y == 19);
-            ASSERT_EQ(edge ? green : in ? blue : black, at(x, y)) << x << "," << y;
-        }
-    }
-
-    clear(black);
-    image->fillRect(mRect(3, 25, 8, 30));
-    image->flush();
-    EXPECT_EQ(0, countOther(blue, mRect(3, 25, 8, 30), true));
-    EXPECT_EQ(0, countOther(black, mRect(3, 25, 8, 30), false));
-
-    // A system colour fills evenly, and only its area.
-    clear(black);
-    image->fillRect(mRect(1, 1, 4, 3), mColor::buttonFace);
-    image->flush();
-    const int face = at(1, 1);
-    EXPECT_EQ(0, countOther(face, mRect(1, 1, 4, 3), true));
-    EXPECT_EQ(0, countOther(black, mRect(1, 1, 4, 3), false));
-}
-
-TEST_F(Drawing, ShapesStayInTheirBoxes) {
+// Each shape in a white pen and a red brush: the pixels named have the colours given, and
+// nothing lands outside the box.
+TEST_F(Drawing, ShapesKeepToTheirBoxes) {
     mPen whitePen(mColor(255, 255, 255), 1);
     mBrush redBrush(mColor(255, 0, 0));
     image->setPen(&whitePen);
     image->setBrush(&redBrush);
-    const mRect box(5, 5, 25, 21);
-    image->ellipse(box);
-    image->flush();
-    EXPECT_EQ(red, at(15, 13));
-    EXPECT_EQ(black, at(5, 5));
-    EXPECT_EQ(0, countOther(black, box, false));
-
-    clear(black);
-    image->roundRectangle(box, mSize(6, 6));
-    image->flush();
-    EXPECT_EQ(white, at(15, 5));
-    EXPECT_EQ(red, at(15, 13));
-    EXPECT_EQ(black, at(5, 5));
-    EXPECT_EQ(0, countOther(black, box, false));
-
-    clear(black);
     const mPoint triangle[] = {mPoint(2, 2), mPoint(30, 2), mPoint(2, 26)};
-    image->polygon(triangle, 3);
-    image->flush();
-    EXPECT_EQ(red, at(6, 6));
-    EXPECT_EQ(black, at(28, 24));
-    EXPECT_EQ(0, countOther(black, mRect(2, 2, 31, 27), false));
-}
-
-TEST_F(Drawing, PolyLineWithOnePointOnlyMoves) {
-    mPen redPen(mColor(255, 0, 0), 1);
-    image->setPen(&redPen);
-    const mPoint one[] = {mPoint(7, 9)};
-    image->polyLine(one, 1);
-    image->flush();
+    const mPoint path[] = {mPoint(1, 1), mPoint(11, 1), mPoint(11, 6)}, one[] = {mPoint(7, 9)};
+    const mRect box(5, 5, 25, 21);
+    const struct {
+        std::function<void()> draw;
+        mRect box;
+        std::vector<std::pair<mPoint, int>> pixels;
+    } shapes[] = {
+        {[&] { image->rectangle(mRect(10, 10, 30, 20)); }, mRect(10, 10, 30, 20),
+         {{mPoint(10, 10), white}, {mPoint(29, 19), white}, {mPoint(11, 11), red}, {mPoint(28, 18), red}}},
+        {[&] { image->ellipse(box); }, box, {{mPoint(15, 5), white}, {mPoint(15, 13), red}, {mPoint(5, 5), black}}},
+        {[&] { image->roundRectangle(box, mSize(6, 6)); }, box,
+         {{mPoint(15, 5), white}, {mPoint(15, 13), red}, {mPoint(5, 5), black}}},
+        {[&] { image->polygon(triangle, 3); }, mRect(2, 2, 31, 27),
+         {{mPoint(15, 2), white}, {mPoint(6, 6), red}, {mPoint(28, 24), black}}},
+        {[&] {
+             image->polyLine(path, 3);
+             image->polyLine(path, 0);
+         },
+         mRect(1, 1, 12, 6), {{mPoint(1, 1), white}, {mPoint(11, 5), white}, {mPoint(10, 2), black}}},
+        {[&] { image->fillRect(mRect(3, 25, 8, 30)); }, mRect(3, 25, 8, 30), {{mPoint(3, 25), red}, {mPoint(7, 29), red}}},
+        // A polyline of one point draws nothing; it only moves.
+        {[&] { image->polyLine(one, 1); }, mRect(), {}},
+    };
+    for (const auto &shape : shapes) {
+        clear();
+        shape.draw();
+        image->flush();
+        for (const auto &p : shape.pixels)
+            EXPECT_EQ(p.second, at(p.first.x, p.first.y)) << p.first.x << "," << p.first.y << "\n" << picture(*image, black);
+        EXPECT_EQ(0, countOther(black, shape.box, false)) << picture(*image, black);
+    }
     POINT current;
     GetCurrentPositionEx(image->dc(), &current);
     EXPECT_EQ(7, current.x);
     EXPECT_EQ(9, current.y);
-    EXPECT_EQ(0, countOther(black, mRect(0, 0, 40, 30), true));
-
-    const mPoint path[] = {mPoint(1, 1), mPoint(11, 1), mPoint(11, 6)};
-    image->polyLine(path, 3);
-    image->polyLine(path, 0);
-    image->flush();
-    for (long x = 1; x <= 11; ++x)
-        EXPECT_EQ(red, at(x, 1)) << x;
-    for (long y = 1; y < 6; ++y)
-        EXPECT_EQ(red, at(11, y)) << y;
-    EXPECT_EQ(15, countOther(black, mRect(0, 0, 40, 30), true));
-}
-
-TEST_F(Drawing, TextLandsInsideItsBox) {
-    mFont font(mFont::fontSwiss, 16, true, false);
-    image->setFont(&font);
-    image->setTextColor(mColor(255, 255, 255));
-    image->setBackgroundColor(mColor(true));
-    EXPECT_EQ(TRANSPARENT, GetBkMode(image->dc()));
-
-    const mString text("HIH");
-    const int width = image->getWidth(text), height = image->getHeight();
-    ASSERT_GT(width, 0);
-    EXPECT_EQ(height, image->getAscent() + image->getDescent());
-    EXPECT_EQ(mPoint(6 + width, 2), image->writeText(text, mPoint(6, 2)));
-    image->flush();
-    const mRect box(6, 2, 6 + width, 2 + height);
-    EXPECT_GT(countOther(black, box, true), 10);
-    EXPECT_EQ(0, countOther(black, box, false));
-
-    // An opaque background fills the whole cell of the text.
-    clear(black);
-    image->setBackgroundColor(mColor(255, 0, 0));
-    EXPECT_EQ(OPAQUE, GetBkMode(image->dc()));
-    image->writeText(text, mPoint(6, 2));
-    image->flush();
-    EXPECT_EQ(0, countOther(black, box, false));
-    int cell = 0;
-    for (long y = box.top; y < box.bottom; ++y)
-        for (long x = box.left; x < box.right; ++x)
-            cell += at(x, y) == red;
-    EXPECT_GT(cell, width * height / 2);
-}
-
-TEST_F(Drawing, TextInARectangleIsMeasuredJustifiedAndKeptInside) {
-    image->setTextColor(mColor(255, 255, 255));
-    image->setBackgroundColor(mColor(true));
-    const mString text("Hi");
-    const mSize size = image->sizeText(text, mRect(0, 0, 40, 30), mGraphics::justifyLeft, false);
-    EXPECT_EQ(image->getWidth(text), size.cx);
-    EXPECT_GE(size.cy, image->getHeight());
-    EXPECT_EQ(0, countOther(black, mRect(0, 0, 40, 30), true)) << "measuring draws nothing";
-
-    image->writeText(text, mRect(0, 0, 40, 30), mGraphics::justifyRight, false, false);
-    image->flush();
-    EXPECT_GT(countOther(black, mRect(40 - size.cx, 0, 40, size.cy), true), 0);
-    EXPECT_EQ(0, countOther(black, mRect(40 - size.cx, 0, 40, size.cy), false));
-
-    // A long text in a narrow box wraps and is cut at the box.
-    clear(black);
-    const mRect narrow(4, 4, 24, 14);
-    image->writeText("A long line of words", narrow, mGraphics::justifyCenter, true, true);
-    image->flush();
-    EXPECT_GT(countOther(black, narrow, true), 0);
-    EXPECT_EQ(0, countOther(black, narrow, false));
-    const mSize wrapped = image->sizeText("A long line of words", narrow, mGraphics::justifyLeft, false);
-    EXPECT_GT(wrapped.cy, size.cy);
-    EXPECT_EQ(0, image->getWidth(""));
 }
 
 TEST_F(Drawing, OneClipAtATime) {
     mBrush brush(mColor(255, 0, 0));
     image->setBrush(&brush);
+    const mRect whole(0, 0, 40, 30);
+    const auto fill = [&] {
+        clear();
+        image->fillRect(whole);
+        image->flush();
+    };
     image->setClip(mRect(5, 5, 15, 10));
-    image->fillRect(mRect(0, 0, 40, 30));
-    image->flush();
-    EXPECT_EQ(0, countOther(red, mRect(5, 5, 15, 10), true));
-    EXPECT_EQ(0, countOther(black, mRect(5, 5, 15, 10), false));
-
+    fill();
+    EXPECT_TRUE(only(red, mRect(5, 5, 15, 10))) << picture(*image, black);
     // A new clip replaces the old one rather than narrowing it.
-    clear(black);
     image->setClip(mRect(20, 12, 30, 20));
     image->removeClip(mRect(20, 12, 25, 20));
-    image->fillRect(mRect(0, 0, 40, 30));
-    image->flush();
-    EXPECT_EQ(0, countOther(red, mRect(25, 12, 30, 20), true));
-    EXPECT_EQ(0, countOther(black, mRect(25, 12, 30, 20), false));
-
-    clear(black);
+    fill();
+    EXPECT_TRUE(only(red, mRect(25, 12, 30, 20))) << picture(*image, black);
     image->clearClip();
-    image->fillRect(mRect(0, 0, 40, 30));
+    fill();
+    EXPECT_TRUE(only(red, whole));
+
+    // A system colour fills evenly, and only its area.
+    clear();
+    image->fillRect(mRect(1, 1, 4, 3), mColor::buttonFace);
     image->flush();
-    EXPECT_EQ(0, countOther(red, mRect(0, 0, 40, 30), true));
+    EXPECT_TRUE(only(at(1, 1), mRect(1, 1, 4, 3))) << picture(*image, black);
+}
+
+TEST_F(Drawing, TextIsMeasuredJustifiedAndKeptInsideItsBox) {
+    image->setTextColor(mColor(255, 255, 255));
+    image->setBackgroundColor(mColor(true));
+    const mString text("HIH");
+    const int width = image->getWidth(text);
+    EXPECT_EQ(0, image->getWidth(""));
+    EXPECT_EQ(image->getHeight(), image->getAscent() + image->getDescent());
+    EXPECT_EQ(mPoint(6 + width, 2), image->writeText(text, mPoint(6, 2)));
+
+    // Measuring draws nothing; right-justified text ends at the box's right edge.
+    clear();
+    const mSize size = image->sizeText(text, mRect(0, 0, 40, 30), mGraphics::justifyLeft, false);
+    EXPECT_EQ(width, size.cx);
+    image->writeText(text, mRect(0, 0, 40, 30), mGraphics::justifyRight, false, false);
+    image->flush();
+    EXPECT_GT(countOther(black, mRect(40 - size.cx, 0, 40, size.cy), true), 0);
+    EXPECT_EQ(0, countOther(black, mRect(40 - size.cx, 0, 40, size.cy), false));
+
+    // A long text in a narrow box wraps, and is cut at the box.
+    clear();
+    const mRect narrow(4, 4, 24, 24);
+    EXPECT_GT(image->sizeText("A long line of words", narrow, mGraphics::justifyLeft, false).cy, size.cy);
+    image->writeText("A long line of words", narrow, mGraphics::justifyCenter, true, true);
+    image->flush();
+    EXPECT_GT(countOther(black, narrow, true), 0);
+    EXPECT_EQ(0, countOther(black, narrow, false));
 }
 
 TEST_F(Drawing, ControlRect3DReportsHowFarItDrewIn) {
     const mRect area(4, 4, 30, 20);
-    EXPECT_EQ(mInset(2, 2, 2, 2), image->controlRect3D(area, true, false));
-    EXPECT_EQ(mInset(2, 2, 2, 2), image->controlRect3D(area, false, false));
-    image->flush();
-    EXPECT_EQ(0, countOther(black, area, false));
-    const mRect inner(6, 6, 28, 18);
-    EXPECT_EQ(0, countOther(black, inner, true));
-    EXPECT_GT(countOther(black, area, true), 0);
-
-    clear(black);
-    EXPECT_EQ(mInset(1, 1, 1, 1), image->controlRect3D(area, true, true));
-    EXPECT_EQ(mInset(1, 1, 1, 1), image->controlRect3D(area, false, true));
-    image->flush();
-    EXPECT_EQ(0, countOther(black, mRect(5, 5, 29, 19), true));
+    for (bool thin : {false, true}) {
+        for (bool raised : {true, false}) {
+            clear();
+            const long d = thin ? 1 : 2;
+            EXPECT_EQ(mInset(d, d, d, d), image->controlRect3D(area, raised, thin));
+            image->flush();
+            EXPECT_EQ(0, countOther(black, mRect(4 + d, 4 + d, 30 - d, 20 - d), true));
+            EXPECT_EQ(0, countOther(black, area, false));
+            EXPECT_GT(countOther(black, area, true), 0);
+        }
+    }
 }
 
-// ---- Selection of tools on a plain memory context.
+// ---- Selection of tools.
 
-// A context with a bitmap of 32 bits, which shows every colour as it is.
+// An offscreen surface made like the display, which shows every colour as it is; the tests
+// wrap its context again, keeping it, and look at what the context holds.
 class Tools : public ::testing::Test {
 protected:
-    Tools() : dc(CreateCompatibleDC(nullptr)) {
-        BITMAPINFO info = {};
-        info.bmiHeader.biSize = sizeof(info.bmiHeader);
-        info.bmiHeader.biWidth = info.bmiHeader.biHeight = 4;
-        info.bmiHeader.biPlanes = 1;
-        info.bmiHeader.biBitCount = 32;
-        void *bits;
-        section = CreateDIBSection(dc, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
-        firstBitmap = SelectObject(dc, section);
-        firstPen = GetCurrentObject(dc, OBJ_PEN);
-        firstBrush = GetCurrentObject(dc, OBJ_BRUSH);
-        firstFont = GetCurrentObject(dc, OBJ_FONT);
-        firstPalette = GetCurrentObject(dc, OBJ_PAL);
+    Tools() : offscreen(nullptr, mSize(4, 4)), dc(dcOf(offscreen)) {
+        for (UINT type : {OBJ_PEN, OBJ_BRUSH, OBJ_FONT, OBJ_PAL})
+            first[type] = GetCurrentObject(dc, type);
     }
-    ~Tools() override {
-        SelectObject(dc, firstBitmap);
-        DeleteObject(section);
-        DeleteDC(dc);
-    }
+    SYSTEM_INFO_STRUCT *surface() { return offscreen.getPeer(); }
 
+    mGraphics offscreen;
     HDC dc;
-    HBITMAP section;
-    HGDIOBJ firstBitmap, firstPen, firstBrush, firstFont, firstPalette;
+    std::map<UINT, HGDIOBJ> first;
 };
 
 TEST_F(Tools, EachSetSelectsOnceAndResetBringsTheFirstBack) {
-    mGraphics g(reinterpret_cast<SYSTEM_INFO_STRUCT *>(dc), nullptr, true);
+    mGraphics g(surface(), nullptr, true);
     g.setPen(nullptr);
-    EXPECT_EQ(firstPen, GetCurrentObject(dc, OBJ_PEN));
+    EXPECT_EQ(first[OBJ_PEN], GetCurrentObject(dc, OBJ_PEN));
 
     mPen a(mColor(255, 0, 0), 1), b(mColor(0, 255, 0), 2);
     g.setPen(&a);
     HGDIOBJ ha = handleOf(a.getPeer(&g));
-    EXPECT_EQ(ha, GetCurrentObject(dc, OBJ_PEN));
-    EXPECT_EQ(2, uses(ha));
     g.setPen(&a);
+    EXPECT_EQ(ha, GetCurrentObject(dc, OBJ_PEN));
     EXPECT_EQ(2, uses(ha)) << "the same object again keeps the copy";
     g.setPen(&b);
     HGDIOBJ hb = handleOf(b.getPeer(&g));
-    EXPECT_NE(ha, hb);
     EXPECT_EQ(hb, GetCurrentObject(dc, OBJ_PEN));
     EXPECT_EQ(1, uses(ha));
     EXPECT_EQ(2, uses(hb));
+    // Setting null gives back the first object, not the one before.
+    g.setPen(nullptr);
+    EXPECT_EQ(first[OBJ_PEN], GetCurrentObject(dc, OBJ_PEN));
+    EXPECT_EQ(1, uses(hb));
 
     mBrush brush(mColor(0, 0, 255));
     mFont font(mFont::fontRoman, 12, false, true);
     mColor colors[] = {mColor(1, 2, 3), mColor(4, 5, 6)};
     mPalette palette(colors, 2);
+    g.setPen(&a);
     g.setBrush(&brush);
     g.setFont(&font);
     g.setPalette(&palette);
-    EXPECT_EQ(handleOf(brush.getPeer(&g)), GetCurrentObject(dc, OBJ_BRUSH));
-    EXPECT_EQ(handleOf(font.getPeer()), GetCurrentObject(dc, OBJ_FONT));
-    EXPECT_EQ(handleOf(palette.getPeer()), GetCurrentObject(dc, OBJ_PAL));
-    EXPECT_EQ(2, uses(handleOf(palette.getPeer())));
-
-    // Setting null gives back the first object, not the one before.
-    g.setPen(nullptr);
-    EXPECT_EQ(firstPen, GetCurrentObject(dc, OBJ_PEN));
-    EXPECT_EQ(1, uses(hb));
-    g.setPen(&a);
-
+    const std::map<UINT, HGDIOBJ> set = {{OBJ_PEN, ha},
+                                         {OBJ_BRUSH, handleOf(brush.getPeer(&g))},
+                                         {OBJ_FONT, handleOf(font.getPeer())},
+                                         {OBJ_PAL, handleOf(palette.getPeer())}};
+    for (const auto &kind : set) {
+        EXPECT_EQ(kind.second, GetCurrentObject(dc, kind.first)) << kind.first;
+        EXPECT_EQ(2, uses(kind.second)) << kind.first;
+    }
     g.reset();
-    EXPECT_EQ(firstPen, GetCurrentObject(dc, OBJ_PEN));
-    EXPECT_EQ(firstBrush, GetCurrentObject(dc, OBJ_BRUSH));
-    EXPECT_EQ(firstFont, GetCurrentObject(dc, OBJ_FONT));
-    EXPECT_EQ(firstPalette, GetCurrentObject(dc, OBJ_PAL));
-    EXPECT_EQ(1, uses(ha));
-    EXPECT_EQ(1, uses(handleOf(brush.getPeer(&g))));
-    EXPECT_EQ(1, uses(handleOf(font.getPeer())));
-    EXPECT_EQ(1, uses(handleOf(palette.getPeer())));
+    for (const auto &kind : set) {
+        EXPECT_EQ(first[kind.first], GetCurrentObject(dc, kind.first)) << kind.first;
+        EXPECT_EQ(1, uses(kind.second)) << kind.first;
+    }
 
-    // The tools outlive the surface's copies, and the surface outlives the tools.
-    g.setPen(&b);
-    g.setBrush(&brush);
-}
-
-TEST_F(Tools, ToolsLeftOnASurfaceGoWithIt) {
+    // Tools left on a surface go with it: its copy keeps a tool's object past the tool.
     mPen *pen = new mPen(mColor(9, 9, 9), 3);
     HGDIOBJ object;
     {
-        mGraphics g(reinterpret_cast<SYSTEM_INFO_STRUCT *>(dc), nullptr, true);
-        g.setPen(pen);
-        object = handleOf(pen->getPeer(&g));
+        mGraphics other(surface(), nullptr, true);
+        other.setPen(pen);
+        object = handleOf(pen->getPeer(&other));
         delete pen;
         EXPECT_EQ(1, uses(object));
-        EXPECT_EQ(OBJ_PEN, GetObjectType(object)) << "the surface's copy keeps it";
+        EXPECT_EQ(OBJ_PEN, GetObjectType(object));
     }
     EXPECT_EQ(0, uses(object));
     EXPECT_EQ(0u, GetObjectType(object));
-    EXPECT_EQ(firstPen, GetCurrentObject(dc, OBJ_PEN));
+    EXPECT_EQ(first[OBJ_PEN], GetCurrentObject(dc, OBJ_PEN));
 }
 
 TEST_F(Tools, GetHandsOutCopiesOrForeignWrappers) {
@@ -324,116 +233,86 @@ TEST_F(Tools, GetHandsOutCopiesOrForeignWrappers) {
     SelectObject(dc, own);
     SelectObject(dc, ownBrush);
     {
-        mGraphics g(reinterpret_cast<SYSTEM_INFO_STRUCT *>(dc), nullptr, true);
-        mPen *first = g.getPen();
-        ASSERT_NE(nullptr, first);
-        EXPECT_EQ(own, handleOf(first->getPeer(&g)));
-        EXPECT_EQ(3, first->getWidth());
-        EXPECT_EQ(mColor(10, 20, 30).getRGB(), first->getColor().getRGB());
-        mPen *second = g.getPen();
-        EXPECT_EQ(2, uses(own));
-        delete first;
-        delete second;
+        mGraphics g(surface(), nullptr, true);
+        {
+            std::unique_ptr<mPen> foreign(g.getPen()), again(g.getPen());
+            EXPECT_EQ(own, handleOf(foreign->getPeer(&g)));
+            EXPECT_EQ(3, foreign->getWidth());
+            EXPECT_EQ(mColor(10, 20, 30).getRGB(), foreign->getColor().getRGB());
+            EXPECT_EQ(2, uses(own));
+        }
         EXPECT_EQ(0, uses(own));
         EXPECT_EQ(OBJ_PEN, GetObjectType(own)) << "a foreign pen is not ours to delete";
-
-        mBrush *brush = g.getBrush();
-        ASSERT_NE(nullptr, brush);
+        std::unique_ptr<mBrush> brush(g.getBrush());
+        std::unique_ptr<mFont> font(g.getFont());
         EXPECT_EQ(ownBrush, handleOf(brush->getPeer(&g)));
-        delete brush;
-        EXPECT_EQ(OBJ_BRUSH, GetObjectType(ownBrush));
-
-        mFont *font = g.getFont();
-        ASSERT_NE(nullptr, font);
-        EXPECT_EQ(firstFont, handleOf(font->getPeer()));
-        delete font;
+        EXPECT_EQ(first[OBJ_FONT], handleOf(font->getPeer()));
 
         // With a pen set, a copy of it that shares its object.
         mPen set(mColor(1, 1, 1), 1);
         g.setPen(&set);
-        mPen *copy = g.getPen();
+        std::unique_ptr<mPen> copy(g.getPen());
         EXPECT_EQ(set.getPeer(&g), copy->getPeer(&g));
         EXPECT_EQ(3, uses(handleOf(set.getPeer(&g))));
-        delete copy;
     }
+    EXPECT_EQ(OBJ_BRUSH, GetObjectType(ownBrush));
     EXPECT_EQ(own, GetCurrentObject(dc, OBJ_PEN));
-    SelectObject(dc, firstPen);
-    SelectObject(dc, firstBrush);
+    SelectObject(dc, first[OBJ_PEN]);
+    SelectObject(dc, first[OBJ_BRUSH]);
     DeleteObject(own);
     DeleteObject(ownBrush);
 }
 
-TEST_F(Tools, PensAndBrushesAreMadeOnFirstUse) {
-    mGraphics g(reinterpret_cast<SYSTEM_INFO_STRUCT *>(dc), nullptr, true);
-    mPen pen(mColor(200, 100, 50), 4, true, false);
-    EXPECT_EQ(4, pen.getWidth());
-    EXPECT_EQ(mColor(200, 100, 50).getRGB(), pen.getColor().getRGB());
+// What the platform says about one of its objects.
+template <class Description> Description describe(SYSTEM_INFO_STRUCT *object) {
+    Description d = {};
+    EXPECT_EQ((int)sizeof(d), GetObjectA(handleOf(object), sizeof(d), &d));
+    return d;
+}
+
+TEST_F(Tools, PensBrushesAndFontsAreMadeAsAsked) {
+    mGraphics g(surface(), nullptr, true);
+    mPen pen(mColor(200, 100, 50), 4);
     mPen early(pen);
     HGDIOBJ object = handleOf(pen.getPeer(&g));
-    ASSERT_NE(nullptr, object);
-    LOGPEN description;
-    ASSERT_EQ((int)sizeof(description), GetObjectA(object, sizeof(description), &description));
-    EXPECT_EQ(PS_DASH, (int)description.lopnStyle);
     EXPECT_EQ(object, handleOf(pen.getPeer(&g))) << "once made, a pen keeps its object";
     EXPECT_NE(object, handleOf(early.getPeer(&g))) << "a copy made before has its own";
-
-    mPen dotted(mColor(0, 0, 0), 1, false, true), both(mColor(0, 0, 0), 1, true, true);
-    GetObjectA(handleOf(dotted.getPeer(&g)), sizeof(description), &description);
-    EXPECT_EQ(PS_DOT, (int)description.lopnStyle);
-    GetObjectA(handleOf(both.getPeer(&g)), sizeof(description), &description);
-    EXPECT_EQ(PS_DASHDOT, (int)description.lopnStyle);
+    const struct {
+        bool dash, dot;
+        UINT style;
+    } styles[] = {{true, false, PS_DASH}, {false, true, PS_DOT}, {true, true, PS_DASHDOT}};
+    for (const auto &s : styles)
+        EXPECT_EQ(s.style, describe<LOGPEN>(mPen(mColor(0, 0, 0), 1, s.dash, s.dot).getPeer(&g)).lopnStyle) << s.dash << s.dot;
 
     mPen clear(mColor(true), 1);
     EXPECT_EQ(GetStockObject(NULL_PEN), handleOf(clear.getPeer(&g)));
     EXPECT_TRUE(clear.getColor().isTransparent());
-    mBrush hollow(mColor(true));
-    EXPECT_EQ(GetStockObject(NULL_BRUSH), handleOf(hollow.getPeer(nullptr)));
+    EXPECT_EQ(GetStockObject(NULL_BRUSH), handleOf(mBrush(mColor(true)).getPeer(nullptr)));
+    EXPECT_EQ((COLORREF)RGB(7, 8, 9), describe<LOGBRUSH>(mBrush(mColor(7, 8, 9)).getPeer(&g)).lbColor);
 
-    mBrush solid(mColor(7, 8, 9));
-    LOGBRUSH brushDescription;
-    GetObjectA(handleOf(solid.getPeer(&g)), sizeof(brushDescription), &brushDescription);
-    EXPECT_EQ((COLORREF)RGB(7, 8, 9), brushDescription.lbColor);
-}
-
-TEST_F(Tools, FontsFollowTheirKind) {
-    mGraphics g(reinterpret_cast<SYSTEM_INFO_STRUCT *>(dc), nullptr, true);
     HGDIOBJ stock = GetStockObject(SYSTEM_FONT);
-    {
-        mFont system(mFont::fontSystem, 30, true, true), other(mFont::fontStock, 8, false, false);
-        EXPECT_EQ(stock, handleOf(system.getPeer()));
-        EXPECT_EQ(stock, handleOf(other.getPeer()));
-    }
-    EXPECT_EQ(OBJ_FONT, GetObjectType(stock));
-
+    EXPECT_EQ(stock, handleOf(mFont(mFont::fontSystem, 30, true, true).getPeer()));
+    EXPECT_EQ(stock, handleOf(mFont(mFont::fontStock, 8, false, false).getPeer()));
     const struct {
         mFont::FONTS kind;
         int family;
     } kinds[] = {{mFont::fontRoman, FF_ROMAN},   {mFont::fontSwiss, FF_SWISS},   {mFont::fontModern, FF_MODERN},
                  {mFont::fontScript, FF_SCRIPT}, {(mFont::FONTS)9, FF_DONTCARE}};
     for (const auto &k : kinds) {
-        mFont font(k.kind, 20, true, false);
-        LOGFONTA description;
-        ASSERT_EQ((int)sizeof(description), GetObjectA(handleOf(font.getPeer()), sizeof(description), &description));
+        const LOGFONTA description = describe<LOGFONTA>(mFont(k.kind, 20, true, false).getPeer());
         EXPECT_EQ(-20, description.lfHeight);
         EXPECT_EQ(FW_BOLD, description.lfWeight);
         EXPECT_EQ(0, description.lfItalic);
         EXPECT_EQ(k.family, description.lfPitchAndFamily);
-        EXPECT_STREQ("", description.lfFaceName);
     }
-
-    mFont big(mFont::fontSwiss, 40, false, false), small(mFont::fontSwiss, 10, false, false);
-    g.setFont(&small);
-    const int smallHeight = g.getHeight(), smallWidth = g.getWidth("Wide words");
-    EXPECT_GT(g.getFontName().length(), 0);
-    g.setFont(&big);
-    EXPECT_GT(g.getHeight(), smallHeight * 2);
-    EXPECT_GT(g.getWidth("Wide words"), smallWidth * 2);
+    EXPECT_EQ(1, describe<LOGFONTA>(mFont(mFont::fontRoman, 9, false, true).getPeer()).lfItalic);
     // Tabs expand with no stops given, so a tab counts for more than a space.
     EXPECT_GT(g.getWidth("a\tb"), g.getWidth("a b"));
+    EXPECT_GT(g.getFontName().length(), 0);
 }
 
-TEST_F(Tools, ColoursArePaletteRelativeOnlyWhileMatched) {
-    mGraphics g(reinterpret_cast<SYSTEM_INFO_STRUCT *>(dc), nullptr, true);
+TEST_F(Tools, ColoursAreMatchedToTheSurfaceOnlyWhileAsked) {
+    mGraphics g(surface(), nullptr, true);
     EXPECT_TRUE(g.isMatch());
     g.setTextColor(mColor(0x12, 0x34, 0x56));
     EXPECT_EQ(0x02563412u, GetTextColor(dc));
@@ -441,42 +320,31 @@ TEST_F(Tools, ColoursArePaletteRelativeOnlyWhileMatched) {
     g.setBackgroundColor(mColor(0x40, 0x80, 0xC0));
     EXPECT_EQ(0x02C08040u, GetBkColor(dc));
     EXPECT_EQ(OPAQUE, GetBkMode(dc));
-
     g.setMatch(false);
     g.setTextColor(mColor(0x12, 0x34, 0x56));
     EXPECT_EQ(0x00563412u, GetTextColor(dc));
     g.setBackgroundColor(mColor(true));
     EXPECT_EQ(TRANSPARENT, GetBkMode(dc));
     EXPECT_TRUE(g.getBackgroundColor().isTransparent());
-}
-
-TEST_F(Tools, TheNearestColourOfASurface) {
-    const mColor wanted(13, 200, 77);
-    EXPECT_EQ(wanted.getRGB(), mColor(nullptr, wanted).getRGB());
-    mGraphics full(reinterpret_cast<SYSTEM_INFO_STRUCT *>(dc), nullptr, true);
-    EXPECT_EQ(wanted.getRGB(), mColor(&full, wanted).getRGB());
 
     // A fresh memory context holds a bitmap of one bit: black and white are all it shows.
+    const mColor wanted(13, 200, 77), pale(240, 230, 250);
+    EXPECT_EQ(wanted.getRGB(), mColor(&g, wanted).getRGB());
     mGraphics mono(reinterpret_cast<SYSTEM_INFO_STRUCT *>(CreateCompatibleDC(nullptr)), nullptr, false);
     EXPECT_EQ(0x000000u, mColor(&mono, wanted).getRGB());
-    EXPECT_EQ(0xFFFFFFu, mColor(&mono, mColor(240, 230, 250)).getRGB());
-    mColor clear(240, 230, 250);
-    clear.setTransparent(true);
-    EXPECT_TRUE(mColor(&mono, clear).isTransparent());
+    EXPECT_EQ(0xFFFFFFu, mColor(&mono, pale).getRGB());
+    EXPECT_TRUE(mColor(&mono, mColor(true)).isTransparent());
 
     // A matching surface makes its pens and brushes in the nearest colour, and keeps it.
-    mPen pen(mColor(240, 230, 250), 1);
-    mBrush brush(mColor(240, 230, 250));
+    mPen pen(pale, 1);
+    mBrush brush(pale);
     mono.setPen(&pen);
     mono.setBrush(&brush);
     EXPECT_EQ(0xFFFFFFu, pen.getColor().getRGB());
-    LOGBRUSH description;
-    GetObjectA(handleOf(brush.getPeer(&full)), sizeof(description), &description);
-    EXPECT_EQ((COLORREF)RGB(255, 255, 255), description.lbColor);
+    EXPECT_EQ((COLORREF)RGB(255, 255, 255), describe<LOGBRUSH>(brush.getPeer(&g)).lbColor);
     mono.setBackgroundColor(wanted);
     EXPECT_EQ(0u, mono.getBackgroundColor().getRGB());
     EXPECT_EQ(0x02000000u, GetBkColor(dcOf(mono)));
-
     mono.setMatch(false);
     mPen exact(wanted, 1);
     mono.setPen(&exact);
@@ -487,98 +355,83 @@ TEST_F(Tools, TheNearestColourOfASurface) {
 
 // ---- Copies between surfaces, offscreen surfaces and resources.
 
-// A 15-bit memory image shows what lands on it in colours, whatever table the source used.
+// A small 15-bit memory image, its rows padded and cleared to black, shows what lands on it in plain colours,
+// whatever table the source used.
 class Copies : public ::testing::Test {
 protected:
-    Copies() : target(new Peek15(nullptr, mSize(24, 12))) { clear(); }
+    Copies() : target(new Peek15(nullptr, mSize(9, 6))) { clear(); }
     ~Copies() override { target->free(); }
-    void clear() { std::fill(target->getDIBPtr(), target->getDIBPtr() + head(*target).dataSize / 2, 0x7FFF); }
-    unsigned short at(long x, long y) { return px15(*target, x, y); }
-    static unsigned short rgb15(int r, int g, int b) { return mColor(r, g, b).getRGB15(); }
+    void clear() { std::memset(target->getDIBPtr(), 0, head(*target).dataSize); }
+    std::string shown() { return picture(*target, black); }
 
     Peek15 *target;
 };
 
 TEST_F(Copies, NegativeCornersMoveTheDestination) {
     mPalette palette = plainPalette();
-    Peek8 *source = new Peek8(nullptr, mSize(6, 3), &palette);
-    std::vector<mColor> colors = plainColors();
+    Owned<Peek8> source(new Peek8(nullptr, mSize(6, 3), &palette));
     for (long y = 0; y < 3; ++y)
         for (long x = 0; x < 6; ++x)
-            px8(*source, x, y) = (unsigned char)((x + y) % plainCount);
-
-    target->copyImage(source, mRect(-5, 0, 5, 3), mPoint(10, 2));
-    for (long y = 0; y < 12; ++y) {
-        for (long x = 0; x < 24; ++x) {
-            const bool in = x >= 15 && x < 20 && y >= 2 && y < 5;
-            const unsigned short expected = in ? colors[(x - 15 + y - 2) % plainCount].getRGB15() : 0x7FFF;
-            ASSERT_EQ(expected, at(x, y)) << x << "," << y;
-        }
-    }
-
-    clear();
-    target->copyImage(source, mRect(2, -2, 4, 3), mPoint(1, 1));
-    EXPECT_EQ(colors[2].getRGB15(), at(1, 3));
-    EXPECT_EQ(colors[3].getRGB15(), at(2, 3));
-    EXPECT_EQ(colors[5].getRGB15(), at(2, 5));
-    EXPECT_EQ(0x7FFF, at(1, 2));
-    EXPECT_EQ(0x7FFF, at(1, 6));
-
-    clear();
-    target->copyImage(source, mRect(4, 0, 2, 3), mPoint(0, 0));
+            px8(*source, x, y) = (unsigned char)(red + (x + y) % 4);
+    target->copyImage(source.get(), mRect(-3, 0, 3, 3), mPoint(2, 1));
+    target->copyImage(source.get(), mRect(2, -2, 4, 3), mPoint(1, 1));
+    const std::string expected = ".........\n"
+                                 ".....234.\n"
+                                 ".....345.\n"
+                                 ".45..452.\n"
+                                 ".52......\n"
+                                 ".23......\n";
+    EXPECT_EQ(expected, shown());
+    // An inverted area, or no source, copies nothing.
+    target->copyImage(source.get(), mRect(4, 0, 2, 3), mPoint(0, 0));
     target->copyImage(nullptr, mRect(0, 0, 4, 4), mPoint(0, 0));
-    EXPECT_EQ(0x7FFF, at(0, 0)) << "an inverted area copies nothing";
-    source->free();
+    EXPECT_EQ(expected, shown());
 }
 
 TEST_F(Copies, OffscreenSurfacesCopyThroughTheirContext) {
+    mBrush green(mColor(0, 255, 0)), red(mColor(255, 0, 0));
     mGraphics offscreen(target, mSize(8, 6));
-    mBrush green(mColor(0, 255, 0));
-    offscreen.setMatch(false);
     offscreen.setBrush(&green);
     offscreen.fillRect(mRect(0, 0, 8, 6));
-    mBrush red(mColor(255, 0, 0));
     offscreen.setBrush(&red);
     offscreen.fillRect(mRect(2, 1, 4, 2));
-    target->copyImage(&offscreen, mRect(1, 1, 5, 3), mPoint(10, 4));
-    EXPECT_EQ(rgb15(0, 255, 0), at(10, 4));
-    EXPECT_EQ(rgb15(255, 0, 0), at(11, 4));
-    EXPECT_EQ(rgb15(255, 0, 0), at(12, 4));
-    EXPECT_EQ(rgb15(0, 255, 0), at(13, 5));
-    EXPECT_EQ(0x7FFF, at(14, 4));
-    EXPECT_EQ(0x7FFF, at(10, 6));
-
-    // Made like the display when nothing is given.
-    mGraphics alone(nullptr, mSize(3, 3));
-    alone.setBrush(&red);
-    alone.fillRect(mRect(0, 0, 3, 3));
-    target->copyImage(&alone, mRect(0, 0, 3, 3), mPoint(0, 0));
-    EXPECT_EQ(rgb15(255, 0, 0), at(2, 2));
+    target->copyImage(&offscreen, mRect(1, 1, 5, 3), mPoint(5, 3));
+    EXPECT_EQ(".........\n"
+              ".........\n"
+              ".........\n"
+              ".....3223\n"
+              ".....3333\n"
+              ".........\n",
+              shown());
 }
 
 TEST_F(Copies, BitmapsAndIconsFromAModule) {
-    mGraphics picture(target, vt::testModule(), 300);
-    target->copyImage(&picture, mRect(0, 0, 8, 4), mPoint(3, 2));
-    EXPECT_EQ(rgb15(255, 0, 0), at(3, 2));
-    EXPECT_EQ(rgb15(0, 255, 0), at(10, 2));
-    EXPECT_EQ(rgb15(0, 0, 255), at(3, 5));
-    EXPECT_EQ(rgb15(255, 255, 255), at(5, 3));
-    EXPECT_EQ(0x7FFF, at(11, 2));
-
+    // The bitmap is white, with red, green and blue corners.
+    mGraphics bitmap(target, vt::testModule(), 300);
+    target->copyImage(&bitmap, mRect(0, 0, 8, 4), mPoint(1, 1));
+    EXPECT_EQ(".........\n"
+              ".21111113\n"
+              ".11111111\n"
+              ".11111111\n"
+              ".41111111\n"
+              ".........\n",
+              shown());
     EXPECT_MERROR(mGraphics(target, vt::testModule(), 301), "Cannot find bitmap id", 301, "mWindow/mGraphics");
 
-    Peek15 *wide = new Peek15(nullptr, mSize(40, 40));
-    std::fill(wide->getDIBPtr(), wide->getDIBPtr() + head(*wide).dataSize / 2, 0);
+    // The icon is a yellow square of 32 pixels; its lower right corner shows.
+    clear();
     mIcon icon(vt::testModule(), 400);
-    ASSERT_NE(nullptr, icon.getPeer(wide));
     mIcon again(icon);
-    EXPECT_EQ(icon.getPeer(wide), again.getPeer(wide)) << "a shared icon is loaded once";
-    wide->copyImage(&again, mPoint(4, 4));
-    EXPECT_EQ(rgb15(255, 255, 0), px15(*wide, 4, 4));
-    EXPECT_EQ(rgb15(255, 255, 0), px15(*wide, 35, 35));
-    EXPECT_EQ(0, px15(*wide, 3, 4));
-    EXPECT_EQ(0, px15(*wide, 36, 36));
-    wide->free();
+    ASSERT_NE(nullptr, icon.getPeer(target));
+    EXPECT_EQ(icon.getPeer(target), again.getPeer(target)) << "a shared icon is loaded once";
+    target->copyImage(&again, mPoint(-26, -28));
+    EXPECT_EQ("555555...\n"
+              "555555...\n"
+              "555555...\n"
+              "555555...\n"
+              ".........\n"
+              ".........\n",
+              shown());
 }
 
 } // namespace

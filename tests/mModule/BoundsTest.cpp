@@ -1,12 +1,18 @@
 // Window bounds kept in the profile store, on real frames.
 #include "helpers.h"
-#include "mUtil/mModule.h"
 #include "mWindow/mFrame.h"
 
+#include <ostream>
 #include <vector>
 
+// Readable values in failure messages.
+inline void PrintTo(const mRect &r, std::ostream *os) {
+    *os << "(" << r.left << ", " << r.top << ", " << r.right << ", " << r.bottom << ")";
+}
+inline void PrintTo(const mPoint &p, std::ostream *os) { *os << "(" << p.x << ", " << p.y << ")"; }
+
 namespace {
-const char moduleKey[] = "VelnorTestBounds";
+typedef std::vector<long> Longs;
 
 class BoundsFrame : public mFrame {
 public:
@@ -14,7 +20,6 @@ public:
     using mTopLevel::decodeShowState;
     using mTopLevel::maxWidth;
     using mTopLevel::minHeight;
-    const mString &key() const { return configKey; }
     const mString &keyModule() const { return configModule; }
 };
 
@@ -30,8 +35,8 @@ protected:
         vt::AppFixture::TearDown();
     }
 
-    ScratchKey scratch{moduleKey};
-    const mString module{moduleKey};
+    ScratchKey scratch{"VelnorTestBounds"};
+    const mString &module = scratch.module;
     BoundsFrame *frame = nullptr;
     const mRect work = mApp::getScreenBounds();
 
@@ -41,15 +46,12 @@ protected:
         frame = nullptr;
         vt::drainMessages();
     }
-    void store(const std::vector<long> &values, const mString &suffix) {
+    void store(const Longs &values, const mString &suffix) {
         mApp::setProfileValue("main", values, suffix, true, module);
     }
     // A rectangle given relative to the work area's top left corner.
     mRect inWork(long left, long top, long right, long bottom) const {
         return mRect(work.left + left, work.top + top, work.left + right, work.top + bottom);
-    }
-    bool stored(std::vector<long> &values, mString &suffix) {
-        return mApp::getProfileValue("main", values, 4, suffix, true, module);
     }
 };
 } // namespace
@@ -63,62 +65,25 @@ TEST_F(Bounds, ShowStatesIgnoreCaseAndLookAtThreeLetters) {
     EXPECT_EQ(BoundsFrame::decodeShowState(""), mWindow::NORMAL);
 }
 
-TEST_F(Bounds, WithoutAValueTheDefaultsAreBroughtIntoView) {
+TEST_F(Bounds, LoadedBoundsAreBroughtIntoTheWorkArea) {
+    // With no value the defaults stand, and the flag gives the state.
     mRect defaults(work.right - 100, work.bottom - 50, work.right + 100, work.bottom + 50);
     EXPECT_EQ(frame->loadBounds("main", defaults, true, module), mWindow::MINIMIZED);
     EXPECT_EQ(frame->getBounds(), mRect(work.right - 200, work.bottom - 100, work.right, work.bottom));
-    EXPECT_EQ(frame->loadBounds("main", inWork(30, 40, 230, 140), false, module), mWindow::NORMAL);
-    EXPECT_EQ(frame->getBounds(), inWork(30, 40, 230, 140));
-}
-
-TEST_F(Bounds, StoredBoundsOffTheScreenAreShiftedNotReplaced) {
+    // Bounds on a screen that is gone are shifted into view, not replaced by the defaults.
     store({-2000, -1500, -1800, -1350}, "Maximized");
-    EXPECT_EQ(frame->loadBounds("main", mRect(10, 10, 400, 300), false, module), mWindow::MAXIMIZED);
+    EXPECT_EQ(frame->loadBounds("main", defaults, false, module), mWindow::MAXIMIZED);
     EXPECT_EQ(frame->getBounds(), inWork(0, 0, 200, 150));
-}
-
-TEST_F(Bounds, AWindowLargerThanTheWorkAreaFillsIt) {
-    mRect huge = inWork(100, 100, 100 + work.width() * 2, 100 + work.height() * 3);
-    store({huge.left, huge.top, huge.right, huge.bottom}, "");
-    frame->loadBounds("main", mRect(), false, module);
+    // A window larger than the work area fills it; the stored state wins over the flag.
+    store({work.left + 100, work.top + 100, work.right + 2 * work.width(), work.bottom + 3 * work.height()}, "");
+    EXPECT_EQ(frame->loadBounds("main", defaults, true, module), mWindow::NORMAL);
     EXPECT_EQ(frame->getBounds(), work);
-}
-
-TEST_F(Bounds, LimitsApplyToLoadedBounds) {
+    // Limits apply before that.
     frame->maxWidth = 150;
     frame->minHeight = 120;
-    mRect wide = inWork(10, 20, 410, 70);
-    store({wide.left, wide.top, wide.right, wide.bottom}, "");
-    frame->loadBounds("main", mRect(), false, module);
+    store({work.left + 10, work.top + 20, work.left + 410, work.top + 70}, "");
+    frame->loadBounds("main", defaults, false, module);
     EXPECT_EQ(frame->getBounds(), inWork(10, 20, 160, 140));
-}
-
-TEST_F(Bounds, TheWindowStoresItsBoundsWhenItGoes) {
-    frame->loadBounds("main", inWork(20, 20, 220, 170), false, module);
-    EXPECT_STREQ(frame->key().c_str(), "main");
-    EXPECT_STREQ(frame->keyModule().c_str(), moduleKey);
-    mRect moved = inWork(40, 50, 300, 250);
-    frame->setBounds(moved);
-    closeFrame();
-    std::vector<long> values;
-    mString suffix;
-    ASSERT_TRUE(stored(values, suffix));
-    EXPECT_EQ(values, (std::vector<long>{moved.left, moved.top, moved.right, moved.bottom}));
-    EXPECT_TRUE(suffix.empty());
-}
-
-TEST_F(Bounds, AMaximizedWindowStoresItsNormalBounds) {
-    mRect normal = inWork(40, 50, 300, 250);
-    frame->setBounds(normal);
-    frame->setShow(mWindow::MAXIMIZED);
-    ASSERT_EQ(frame->getShow(), mWindow::MAXIMIZED);
-    EXPECT_TRUE(frame->storeBounds("main", module));
-    std::vector<long> values;
-    mString suffix;
-    ASSERT_TRUE(stored(values, suffix));
-    EXPECT_EQ(values, (std::vector<long>{normal.left, normal.top, normal.right, normal.bottom}));
-    EXPECT_STREQ(suffix.c_str(), "maximized");
-    EXPECT_EQ(frame->loadBounds("main", mRect(), false, module), mWindow::MAXIMIZED);
 }
 
 TEST_F(Bounds, APositionKeepsTheSizeAndComesBackIntoView) {
@@ -132,19 +97,31 @@ TEST_F(Bounds, APositionKeepsTheSizeAndComesBackIntoView) {
     EXPECT_EQ(frame->getPosition(), mPoint(work.left, work.bottom - size.cy));
 }
 
-TEST_F(Bounds, ChangingTheKeyKeepsTheModuleUnlessGiven) {
+TEST_F(Bounds, TheWindowStoresItsNormalBoundsUnderItsKeyWhenItGoes) {
     frame->loadBounds("main", inWork(20, 20, 220, 170), false, module);
     frame->changeConfigKey("second", "");
-    EXPECT_STREQ(frame->key().c_str(), "second");
-    EXPECT_STREQ(frame->keyModule().c_str(), moduleKey);
-    frame->changeConfigKey("third", "VelnorTestOther");
-    EXPECT_STREQ(frame->keyModule().c_str(), "VelnorTestOther");
+    mRect normal = inWork(40, 50, 300, 250);
+    frame->setBounds(normal);
+    frame->setShow(mWindow::MAXIMIZED);
+    ASSERT_EQ(frame->getShow(), mWindow::MAXIMIZED);
+    closeFrame();
+    Longs values;
+    mString suffix;
+    ASSERT_TRUE(mApp::getProfileValue("second", values, 4, suffix, true, module));
+    EXPECT_EQ(values, (Longs{normal.left, normal.top, normal.right, normal.bottom}));
+    EXPECT_STREQ(suffix.c_str(), "maximized");
+    EXPECT_FALSE(mApp::getProfileValue("main", values, 4, suffix, true, module));
+}
+
+TEST_F(Bounds, ANewKeyTakesAModuleOnlyWhenGivenAndAnEmptyOneStoresNothing) {
+    ScratchKey other("VelnorTestOther");
+    frame->loadBounds("main", inWork(20, 20, 220, 170), false, module);
+    frame->changeConfigKey("third", other.module);
+    EXPECT_STREQ(frame->keyModule().c_str(), other.module.c_str());
     frame->changeConfigKey("", "");
     closeFrame();
-    std::vector<long> values;
-    mString suffix;
-    EXPECT_FALSE(stored(values, suffix));
-    EXPECT_FALSE(scratch.exists(HKEY_CURRENT_USER));
+    EXPECT_FALSE(other.exists());
+    EXPECT_FALSE(scratch.exists());
 }
 
 TEST_F(Bounds, AStoreThatCannotNameItsKeyIsNoFailure) {
@@ -154,7 +131,6 @@ TEST_F(Bounds, AStoreThatCannotNameItsKeyIsNoFailure) {
     EXPECT_TRUE(frame->keyModule().empty());
     EXPECT_FALSE(frame->storeBounds("main", ""));
     EXPECT_FALSE(frame->storeBounds("main", mString(300, 'k')));
-    closeFrame();
 }
 
 TEST_F(Bounds, TheModuleKeyDefaultsToTheCurrentState) {
@@ -162,8 +138,5 @@ TEST_F(Bounds, TheModuleKeyDefaultsToTheCurrentState) {
     app->setMainWindow(nullptr, vt::testModule(), 0);
     frame->loadBounds("main", inWork(20, 20, 220, 170), false, "");
     EXPECT_STREQ(frame->keyModule().c_str(), titleKey.module.c_str());
-    closeFrame();
-    std::vector<long> values;
-    mString suffix;
-    EXPECT_TRUE(mApp::getProfileValue("main", values, 4, suffix, true, titleKey.module));
+    closeFrame();  // it stores on the way, under the key that is about to go
 }

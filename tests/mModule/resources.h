@@ -3,8 +3,6 @@
 
 #define RES_BITMAP 1
 #define RES_BLOCK 1
-#define RES_ACCELERATORS 1
 #define RES_MISSING 77
 #define STR_GREETING 1
 #define STR_LONG 2
-#define CMD_ACCELERATED 101
