@@ -2,6 +2,10 @@
 #include "ExpectError.h"
 #include "FileTestSupport.h"
 
+#include <cstring>
+
+using namespace std::string_literals;
+
 namespace {
 
 // Reaches the protected open and filter translation.
@@ -12,59 +16,35 @@ public:
     using mFile::transFilters;
 };
 
-mString text(const std::string &s) { return mString(s.c_str()); }
-
-std::string filterBytes(std::vector<mString> *filters, int size) {
-    FileProbe probe("C:\\unused");
-    char *block = static_cast<char *>(probe.transFilters(filters));
-    std::string bytes(block, size);
-    mApp::free(block);
-    return bytes;
-}
-
-TEST(FileOpen, MissingFileStaysClosed) {
-    ScratchDir scratch(testName());
-    mInputFile f(text(scratch.path("missing.bin")));
-    EXPECT_FALSE(f.OpenFile(true));
-    EXPECT_FALSE(f.isOpen());
-    EXPECT_FALSE(f.close());
-    EXPECT_TRUE(f.atEOF());
-}
-
 TEST(FileOpen, OutputFlagsDecideAboutExistingFiles) {
-    ScratchDir scratch(testName());
-    std::string path = makeFile(scratch, "out.txt", "old");
-    {
-        mOutputFile f(text(path));
-        EXPECT_FALSE(f.OpenFile(true, mFile::newFileOnly));
-        EXPECT_FALSE(f.isOpen());
+    Scratch scratch;
+    std::string path = scratch.file("out.txt", "old");
+    struct Step {
+        mFile::mOutputFlags flags;
+        bool opens;
+        const char *bytes, *after;
+    } steps[] = {
+        {mFile::newFileOnly, false, "", "old"},
+        {mFile::appendFile, true, "+new", "old+new"},
+        {mFile::createFile, true, "x", "x"},
+    };
+    for (const Step &s : steps) {
+        mOutputFile f(path.c_str());
+        ASSERT_EQ(f.OpenFile(true, s.flags), s.opens) << s.after;
+        if (s.opens) {
+            EXPECT_EQ(f.writeBytes(s.bytes, (int)std::strlen(s.bytes)), (int)std::strlen(s.bytes));
+        }
+        EXPECT_EQ(f.close(), s.opens) << "closing a closed file gives false";
+        EXPECT_EQ(readAll(path), s.after);
     }
-    EXPECT_EQ(readAll(path), "old");
-    {
-        mOutputFile f(text(path));
-        ASSERT_TRUE(f.OpenFile(true, mFile::appendFile));
-        EXPECT_EQ(f.writeBytes("+new", 4), 4);
-    }
-    EXPECT_EQ(readAll(path), "old+new");
-    {
-        mOutputFile f(text(path));
-        ASSERT_TRUE(f.OpenFile(true, mFile::createFile));
-        EXPECT_EQ(f.writeBytes("x", 1), 1);
-        EXPECT_TRUE(f.close());
-    }
-    EXPECT_EQ(readAll(path), "x");
-
-    std::string fresh = scratch.path("fresh.bin");
-    mOutputFile created(text(fresh));
-    ASSERT_TRUE(created.OpenFile(true, mFile::newFileOnly));
-    created.close();
-    EXPECT_TRUE(pathExists(fresh));
+    mOutputFile fresh(scratch.path("fresh.bin").c_str());
+    EXPECT_TRUE(fresh.OpenFile(true, mFile::newFileOnly)) << "a missing file is made";
 }
 
 TEST(FileOpen, ReadWriteFileIsEmptiedAndServesBothSides) {
-    ScratchDir scratch(testName());
-    std::string path = makeFile(scratch, "io.bin", "previous contents");
-    mIOFile f(text(path));
+    Scratch scratch;
+    std::string path = scratch.file("io.bin", "previous contents");
+    mIOFile f(path.c_str());
     ASSERT_TRUE(f.OpenFile(true));
     EXPECT_EQ(f.getFileSize(), 0u);
     EXPECT_EQ(f.writeBytes("abcdef", 6), 6);
@@ -77,277 +57,190 @@ TEST(FileOpen, ReadWriteFileIsEmptiedAndServesBothSides) {
 }
 
 TEST(FileOpen, MisuseIsReported) {
-    ScratchDir scratch(testName());
-    std::string path = makeFile(scratch, "m.bin", "data");
-    mInputFile in(text(path));
-    ASSERT_TRUE(in.OpenFile(true));
-    EXPECT_MERROR(in.OpenFile(false), "Attempt to open an opened file!", 0, "mFile/mFile");
-
-    mOutputFile out(text(scratch.path("o.bin")));
-    ASSERT_TRUE(out.OpenFile(true, mFile::createFile));
-    EXPECT_MERROR(out.OpenFile(true, mFile::appendFile), "Attempt to open already opened file", 0, "mFile/mFile");
-
-    mIOFile io(text(scratch.path("io.bin")));
-    ASSERT_TRUE(io.OpenFile(true));
-    EXPECT_MERROR(io.OpenFile(true), "Attempt to open already opened file", 0, "mFile/mFile");
-
-    FileProbe probe(text(scratch.path("p.bin")));
-    EXPECT_MERROR(probe.open(static_cast<mFile::access>(7), true, mFile::createFile), "Invalid file open type.", 7,
-                  "mFile/mFile");
-    EXPECT_FALSE(probe.isOpen());
-    ASSERT_TRUE(probe.open(mFile::writeAccess, true, mFile::createFile));
-    EXPECT_MERROR(probe.open(mFile::readAccess, true, mFile::createFile), "Attempt to open a file twice!", 0,
-                  "mFile/mFile");
-}
-
-TEST(FileOpen, ClosedFilesRefuseStreamWork) {
-    mIOFile f("C:\\never\\opened.bin");
+    Scratch scratch;
+    mInputFile in(scratch.file("m.bin", "data").c_str());
+    mOutputFile out(scratch.path("o.bin").c_str());
+    mIOFile io(scratch.path("io.bin").c_str());
+    FileProbe probe(scratch.path("p.bin").c_str());
+    FileProbe opened(scratch.path("q.bin").c_str());
+    ASSERT_TRUE(in.OpenFile(true) && out.OpenFile(true, mFile::createFile) && io.OpenFile(true) &&
+                opened.open(mFile::writeAccess, true, mFile::createFile));
+    mIOFile closed(scratch.path("closed.bin").c_str());
     unsigned short words[2];
     unsigned long longs[2];
     struct Case {
         std::function<void()> call;
         const char *message;
+        long value;
     } cases[] = {
-        {[&] { f.readLongs(longs, 1); }, "Attempt to access closed file"},
-        {[&] { f.readLine(); }, "Attempt to access closed file"},
-        {[&] { f.writeWords(words, 1); }, "Write to unopened file!"},
-        {[&] { f.writeLine("x"); }, "Attempt to write to closed file!"},
-        {[&] { f.getCurrentPosition(); }, "Access unopened file!"},
-        {[&] { f.seekFrom(0, static_cast<mFile::mSeekPos>(9)); }, "Access unopened file!"},
+        {[&] { in.OpenFile(false); }, "Attempt to open an opened file!", 0},
+        {[&] { out.OpenFile(true, mFile::appendFile); }, "Attempt to open already opened file", 0},
+        {[&] { io.OpenFile(true); }, "Attempt to open already opened file", 0},
+        {[&] { probe.open(static_cast<mFile::access>(7), true, mFile::createFile); }, "Invalid file open type.", 7},
+        {[&] { opened.open(mFile::readAccess, true, mFile::createFile); }, "Attempt to open a file twice!", 0},
+        {[&] { in.seekFrom(0, static_cast<mFile::mSeekPos>(3)); }, "Bad seek position argument", 3},
+        {[&] { closed.readLongs(longs, 1); }, "Attempt to access closed file", 0},
+        {[&] { closed.readLine(); }, "Attempt to access closed file", 0},
+        {[&] { closed.writeWords(words, 1); }, "Write to unopened file!", 0},
+        {[&] { closed.writeLine("x"); }, "Attempt to write to closed file!", 0},
+        {[&] { closed.getCurrentPosition(); }, "Access unopened file!", 0},
+        {[&] { closed.seekFrom(0, static_cast<mFile::mSeekPos>(9)); }, "Access unopened file!", 0},
     };
     for (const Case &c : cases)
-        EXPECT_MERROR(c.call(), c.message, 0, "mFile/mFile");
+        EXPECT_MERROR(c.call(), c.message, c.value, "mFile/mFile");
+    EXPECT_FALSE(probe.isOpen());
 }
 
-TEST(FileData, ItemsMoveLittleEndian) {
-    ScratchDir scratch(testName());
+TEST(FileData, ItemsAreWrittenLittleEndian) {
+    Scratch scratch;
     std::string path = scratch.path("le.bin");
     {
-        mOutputFile f(text(path));
+        mOutputFile f(path.c_str());
         ASSERT_TRUE(f.OpenFile(true, mFile::createFile));
         unsigned short words[] = {0x1234, 0xabcd};
-        unsigned long longs[] = {0x01020304UL};
+        unsigned long value = 0x01020304UL;
         EXPECT_EQ(f.writeBytes("\x7f", 1), 1);
         EXPECT_EQ(f.writeWords(words, 2), 2);
-        EXPECT_EQ(f.writeLongs(longs, 1), 1);
+        EXPECT_EQ(f.writeLongs(&value, 1), 1);
         EXPECT_EQ(f.writeBytes("zz", -3), 0);
     }
-    EXPECT_EQ(readAll(path), std::string("\x7f\x34\x12\xcd\xab\x04\x03\x02\x01", 9));
-
-    mInputFile in(text(path));
-    ASSERT_TRUE(in.OpenFile(true));
-    unsigned char first = 0;
-    unsigned short words[2] = {};
-    unsigned long value = 0;
-    EXPECT_EQ(in.readBytes(&first, 1), 1);
-    EXPECT_EQ(in.readWords(words, 2), 2);
-    EXPECT_EQ(in.readLongs(&value, 1), 1);
-    EXPECT_EQ(first, 0x7f);
-    EXPECT_EQ(words[1], 0xabcd);
-    EXPECT_EQ(value, 0x01020304UL);
+    EXPECT_EQ(readAll(path), "\x7f\x34\x12\xcd\xab\x04\x03\x02\x01"s);
 }
 
-TEST(FileData, ShortCountsAtTheEnd) {
-    ScratchDir scratch(testName());
-    std::string path = makeFile(scratch, "ten.bin", "0123456789");
-    mInputFile f(text(path));
+TEST(FileData, CountsPositionsAndSize) {
+    Scratch scratch;
+    mInputFile f(scratch.file("ten.bin", "0123456789").c_str());
+    EXPECT_EQ(f.getFileSize(), 10u);
+    EXPECT_FALSE(f.isOpen()) << "the size of a closed file leaves it closed";
     ASSERT_TRUE(f.OpenFile(true));
-    unsigned long longs[3];
-    EXPECT_EQ(f.readLongs(longs, 3), 2);
-    EXPECT_TRUE(f.atEOF());
-
-    ASSERT_TRUE(f.seekFrom(7, mFile::seekStart));
-    unsigned short words[4];
-    EXPECT_EQ(f.readWords(words, 4), 1) << "only whole items count";
-
-    ASSERT_TRUE(f.seekFrom(0, mFile::seekStart));
     char bytes[16];
     EXPECT_EQ(f.readBytes(bytes, -1), 0);
-    EXPECT_EQ(f.readBytes(bytes, 0), 0);
-    EXPECT_EQ(f.readBytes(bytes, 16), 10);
-}
-
-TEST(FileData, EndOfFileOnlyAfterAReadRunsIntoIt) {
-    ScratchDir scratch(testName());
-    std::string path = makeFile(scratch, "three.bin", "abc");
-    mInputFile f(text(path));
-    ASSERT_TRUE(f.OpenFile(true));
-    char bytes[4];
-    EXPECT_EQ(f.readBytes(bytes, 3), 3);
-    EXPECT_FALSE(f.atEOF());
+    EXPECT_EQ(f.readBytes(bytes, 10), 10);
+    EXPECT_FALSE(f.atEOF()) << "reading exactly the last byte is not the end";
     EXPECT_EQ(f.readBytes(bytes, 1), 0);
     EXPECT_TRUE(f.atEOF());
-}
 
-TEST(FileData, PositionsAndSeeks) {
-    ScratchDir scratch(testName());
-    std::string path = makeFile(scratch, "pos.bin", "0123456789");
-    mInputFile f(text(path));
-    ASSERT_TRUE(f.OpenFile(true));
-    char c = 0;
+    ASSERT_TRUE(f.seekFrom(0, mFile::seekStart));
+    unsigned long longs[3];
+    EXPECT_EQ(f.readLongs(longs, 3), 2);
+    EXPECT_EQ(longs[1], 0x37363534UL) << "little-endian \"4567\"";
     EXPECT_TRUE(f.seekFrom(-3, mFile::seekEnd));
     EXPECT_EQ(f.getCurrentPosition(), 7);
-    EXPECT_TRUE(f.seekFrom(-2, mFile::seekCurrent));
-    f.readBytes(&c, 1);
-    EXPECT_EQ(c, '5');
+    unsigned short words[4];
+    EXPECT_EQ(f.readWords(words, 4), 1) << "only whole items count";
+    EXPECT_EQ(words[0], 0x3837);
+    EXPECT_TRUE(f.seekFrom(-6, mFile::seekCurrent));
+    EXPECT_EQ(f.getFileSize(), 10u);
+    EXPECT_EQ(f.getCurrentPosition(), 4) << "the size leaves the position alone";
+    EXPECT_EQ(f.readBytes(bytes, 1), 1);
+    EXPECT_EQ(bytes[0], '4');
     EXPECT_FALSE(f.seekFrom(-1, mFile::seekStart));
 
-    EXPECT_MERROR(f.seekFrom(0, static_cast<mFile::mSeekPos>(3)), "Bad seek position argument", 3, "mFile/mFile");
-}
-
-TEST(FileData, SizeLeavesPositionAndStateAlone) {
-    ScratchDir scratch(testName());
-    std::string path = makeFile(scratch, "size.bin", std::string(1234, 'x'));
-    mInputFile f(text(path));
-    EXPECT_EQ(f.getFileSize(), 1234u);
-    EXPECT_FALSE(f.isOpen());
-
-    ASSERT_TRUE(f.OpenFile(true));
-    ASSERT_TRUE(f.seekFrom(100, mFile::seekStart));
-    EXPECT_EQ(f.getFileSize(), 1234u);
-    EXPECT_EQ(f.getCurrentPosition(), 100);
-
-    mInputFile missing(text(scratch.path("none.bin")));
+    mInputFile missing(scratch.path("none.bin").c_str());
     EXPECT_EQ(missing.getFileSize(), 0u);
+    EXPECT_FALSE(missing.OpenFile(true));
     EXPECT_FALSE(missing.isOpen());
+    EXPECT_TRUE(missing.atEOF());
 }
 
-TEST(FileLines, CarriageReturnsDependOnTheMode) {
-    ScratchDir scratch(testName());
-    std::string path = makeFile(scratch, "lines.txt", "one\r\ntwo\n\nlast");
+TEST(FileLines, CarriageReturnsDependOnTheModeAndLongLinesComeInPieces) {
+    Scratch scratch;
+    std::string longLine(2500, 'q');
+    longLine[1023] = 'B';
+    std::string path = scratch.file("lines.txt", "one\r\n\n" + longLine + "\nlast");
 
-    mInputFile binary(text(path));
+    mInputFile binary(path.c_str());
     ASSERT_TRUE(binary.OpenFile(true));
     EXPECT_STREQ(binary.readLine().c_str(), "one\r");
-    EXPECT_STREQ(binary.readLine().c_str(), "two");
     EXPECT_STREQ(binary.readLine().c_str(), "");
     EXPECT_FALSE(binary.atEOF()) << "an empty line is not the end";
+    EXPECT_EQ(binary.readLine().length(), 1023);
+    mString second = binary.readLine();
+    EXPECT_EQ(second.length(), 1023);
+    EXPECT_EQ(second[0], 'B');
+    EXPECT_EQ(binary.readLine().length(), 2500 - 2 * 1023);
     EXPECT_STREQ(binary.readLine().c_str(), "last");
     EXPECT_STREQ(binary.readLine().c_str(), "");
     EXPECT_TRUE(binary.atEOF());
 
-    mInputFile textMode(text(path));
+    mInputFile textMode(path.c_str());
     ASSERT_TRUE(textMode.OpenFile(false));
     EXPECT_STREQ(textMode.readLine().c_str(), "one");
-    EXPECT_STREQ(textMode.readLine().c_str(), "two");
 }
 
-TEST(FileLines, LongLinesComeInPieces) {
-    ScratchDir scratch(testName());
-    std::string line(2500, 'q');
-    line[0] = 'A';
-    line[1023] = 'B';
-    std::string path = makeFile(scratch, "long.txt", line + "\nnext\n");
-    mInputFile f(text(path));
-    ASSERT_TRUE(f.OpenFile(true));
-    mString first = f.readLine();
-    mString second = f.readLine();
-    mString third = f.readLine();
-    EXPECT_EQ(first.length(), 1023);
-    EXPECT_EQ(first[0], 'A');
-    EXPECT_EQ(second.length(), 1023);
-    EXPECT_EQ(second[0], 'B');
-    EXPECT_EQ(third.length(), 2500 - 2 * 1023);
-    EXPECT_STREQ(f.readLine().c_str(), "next");
-}
-
-TEST(FileLines, WrittenLinesEndByTheMode) {
-    ScratchDir scratch(testName());
-    std::string textPath = scratch.path("t.txt");
-    std::string binaryPath = scratch.path("b.txt");
+TEST(FileLines, WrittenLinesEndInALineFeedAndStopAtANul) {
+    Scratch scratch;
+    std::string path = scratch.path("w.txt");
     {
-        mOutputFile t(text(textPath));
-        ASSERT_TRUE(t.OpenFile(false, mFile::createFile));
-        EXPECT_TRUE(t.writeLine("a"));
-        EXPECT_TRUE(t.writeLine(mString("b\0hidden", 8)));
-        mOutputFile b(text(binaryPath));
-        ASSERT_TRUE(b.OpenFile(true, mFile::createFile));
-        EXPECT_TRUE(b.writeLine("a"));
-        EXPECT_TRUE(b.writeLine(""));
+        mOutputFile f(path.c_str());
+        ASSERT_TRUE(f.OpenFile(true, mFile::createFile));
+        for (const mString &line : {mString("a"), mString("b\0hidden", 8), mString("")})
+            EXPECT_TRUE(f.writeLine(line));
     }
-    EXPECT_EQ(readAll(textPath), "a\r\nb\r\n");
-    EXPECT_EQ(readAll(binaryPath), "a\n\n");
+    EXPECT_EQ(readAll(path), "a\nb\n\n") << "the destructor flushed and closed";
+    EXPECT_TRUE(mFile(path.c_str()).remove());
 }
 
-TEST(FileLifetime, CopiesAreClosedAndDestructionCloses) {
-    ScratchDir scratch(testName());
-    std::string path = makeFile(scratch, "c.bin", "content");
-    mInputFile original(text(path));
+TEST(FileLifetime, CopiesAndAssignmentsAreClosed) {
+    Scratch scratch;
+    std::string path = scratch.file("c.bin", "content");
+    mInputFile original(path.c_str());
     ASSERT_TRUE(original.OpenFile(true));
     mInputFile copy(original);
-    EXPECT_FALSE(copy.isOpen());
-    EXPECT_STREQ(copy.getFullPath().c_str(), original.getFullPath().c_str());
     mInputFile fromFile(static_cast<mFile &>(original));
-    EXPECT_FALSE(fromFile.isOpen());
-    EXPECT_STREQ(fromFile.getFullPath().c_str(), path.c_str());
+    for (mInputFile *c : {&copy, &fromFile}) {
+        EXPECT_FALSE(c->isOpen());
+        EXPECT_EQ(fullPath(*c), path);
+    }
     EXPECT_TRUE(original.isOpen());
 
-    mInputFile other(text(scratch.path("other.bin")));
+    mInputFile other(scratch.path("other.bin").c_str());
     original = other;
     EXPECT_FALSE(original.isOpen()) << "assignment leaves no stream behind";
-    EXPECT_STREQ(original.getFullPath().c_str(), other.getFullPath().c_str());
-
-    std::string written = scratch.path("w.bin");
-    {
-        mOutputFile f(text(written));
-        ASSERT_TRUE(f.OpenFile(true, mFile::createFile));
-        f.writeBytes("kept", 4);
-    }
-    EXPECT_EQ(readAll(written), "kept");
-    mFile f(text(written));
-    EXPECT_TRUE(f.remove()) << "the destructor released the file";
+    EXPECT_EQ(fullPath(original), fullPath(other));
 }
 
-TEST(FileNames, RenameStaysInItsDirectory) {
-    ScratchDir scratch(testName());
-    std::string oldPath = makeFile(scratch, "d\\old.txt", "x");
-    makeFile(scratch, "d\\taken.txt", "y");
-    makeDir(scratch, "elsewhere");
-    mInputFile f(text(oldPath));
-
-    EXPECT_FALSE(f.rename("..\\elsewhere\\moved.txt"));
-    EXPECT_FALSE(f.rename(text(scratch.path("moved.txt"))));
-    EXPECT_FALSE(f.rename("taken.txt"));
+TEST(FileNames, RenameAndRemoveWaitForCloseAndRenameStaysInItsDirectory) {
+    Scratch scratch;
+    std::string oldPath = scratch.file("d\\old.txt", "x");
+    scratch.file("d\\taken.txt", "y");
+    scratch.dir("elsewhere");
+    mInputFile f(oldPath.c_str());
+    for (std::string target : {std::string("..\\elsewhere\\moved.txt"), scratch.path("moved.txt"),
+                               std::string("taken.txt")})
+        EXPECT_FALSE(f.rename(target.c_str())) << target;
     ASSERT_TRUE(f.OpenFile(true));
     EXPECT_FALSE(f.rename("new.txt"));
+    EXPECT_FALSE(f.remove());
     f.close();
-    EXPECT_TRUE(pathExists(oldPath));
+    EXPECT_EQ(readAll(oldPath), "x");
     EXPECT_EQ(readAll(scratch.path("d\\taken.txt")), "y");
 
     EXPECT_TRUE(f.rename("new.txt"));
-    EXPECT_STREQ(f.getFullPath().c_str(), scratch.path("d\\new.txt").c_str());
-    EXPECT_STREQ(f.getName().c_str(), "new.txt");
-    EXPECT_FALSE(pathExists(oldPath));
+    EXPECT_EQ(fullPath(f), scratch.path("d\\new.txt"));
+    EXPECT_FALSE(fs::exists(oldPath));
     EXPECT_EQ(readAll(scratch.path("d\\new.txt")), "x");
-}
-
-TEST(FileNames, RemoveOnlyWhenClosed) {
-    ScratchDir scratch(testName());
-    std::string path = makeFile(scratch, "gone.txt", "x");
-    mInputFile f(text(path));
-    ASSERT_TRUE(f.OpenFile(true));
-    EXPECT_FALSE(f.remove());
-    f.close();
     EXPECT_TRUE(f.remove());
-    EXPECT_FALSE(pathExists(path));
-    EXPECT_FALSE(f.remove());
+    EXPECT_FALSE(f.remove()) << "it is gone";
 }
 
-TEST(FileFilters, DefaultListForNoFilters) {
-    const char allFiles[] = "All Files\0*.*\0\0";
-    std::string expected(allFiles, 16);
-    EXPECT_EQ(filterBytes(nullptr, 16), expected);
-    std::vector<mString> none;
-    EXPECT_EQ(filterBytes(&none, 16), expected);
-}
-
-TEST(FileFilters, EntriesWithoutABarAreLeftOut) {
-    std::vector<mString> filters = {"Text|*.txt", "broken", "Images|*.bmp;*.dib"};
-    const char expected[] = "Text\0*.txt\0Images\0*.bmp;*.dib\0";
-    EXPECT_EQ(filterBytes(&filters, sizeof expected), std::string(expected, sizeof expected));
-
-    std::vector<mString> allBad = {"one", "two"};
-    EXPECT_EQ(filterBytes(&allBad, 1), std::string(1, '\0')) << "an empty list, not the default";
+TEST(FileFilters, EntriesWithoutABarAreLeftOutAndNoneGivesTheDefault) {
+    std::vector<mString> none, allBad = {"one", "two"}, mixed = {"Text|*.txt", "broken", "Images|*.bmp;*.dib"};
+    struct Case {
+        std::vector<mString> *filters;
+        std::string bytes;
+    } cases[] = {
+        {nullptr, "All Files\0*.*\0\0\0"s},
+        {&none, "All Files\0*.*\0\0\0"s},
+        {&mixed, "Text\0*.txt\0Images\0*.bmp;*.dib\0\0"s},
+        {&allBad, "\0"s}, // an empty list, not the default
+    };
+    FileProbe probe("C:\\unused");
+    for (const Case &c : cases) {
+        char *block = static_cast<char *>(probe.transFilters(c.filters));
+        EXPECT_EQ(std::string(block, c.bytes.size()), c.bytes);
+        mApp::free(block);
+    }
 }
 
 } // namespace
