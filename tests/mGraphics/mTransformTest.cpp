@@ -235,6 +235,12 @@ TEST(TransformCopy, EachSourceSkipsItsOwnBackground) {
     deep->copy(runs.get(), mRect(4, 0, 8, 2), mRect(0, 0, 2, 1), mPoint(0, 0), mFPoint(0, 0), twice);
 }
 
+// A fenced target of either depth; an 8-bit one starts without colours.
+Guarded<m8Bit> *newGuarded(bool atEnd, const mSize &size, m8Bit *) {
+    return new Guarded<m8Bit>(atEnd, size, (const mPalette *)nullptr);
+}
+Guarded<m15Bit> *newGuarded(bool atEnd, const mSize &size, m15Bit *) { return new Guarded<m15Bit>(atEnd, size); }
+
 // Random transforms, areas, clips and places, with source and target blocks fenced by
 // inaccessible pages: nothing is read or written outside them, and nothing outside the area.
 template <class Target, class Pixel>
