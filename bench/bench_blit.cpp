@@ -14,34 +14,13 @@
 #include <functional>
 #include <vector>
 
+#include "BenchTiming.h"
+
 namespace {
 
 const long frameWidth = 640, frameHeight = 480, spriteSize = 64;
 
-double now() {
-    static LARGE_INTEGER frequency = [] {
-        LARGE_INTEGER f;
-        QueryPerformanceFrequency(&f);
-        return f;
-    }();
-    LARGE_INTEGER t;
-    QueryPerformanceCounter(&t);
-    return (double)t.QuadPart / (double)frequency.QuadPart;
-}
-
-// Seconds per call of `work`: calls are timed in runs of at least 20 ms.
-double runOf(const std::function<void()> &work) {
-    int reps = 1;
-    for (;;) {
-        const double start = now();
-        for (int i = 0; i < reps; ++i)
-            work();
-        const double elapsed = now() - start;
-        if (elapsed >= 0.02)
-            return elapsed / reps;
-        reps = elapsed < 0.002 ? reps * 10 : reps * 2;
-    }
-}
+using bench::runOf;
 
 // The subject and its baseline in alternate runs, seven each, the best of each: both see
 // the same share of a busy machine.

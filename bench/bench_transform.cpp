@@ -14,40 +14,13 @@
 #include <string>
 #include <vector>
 
+#include "BenchTiming.h"
+
 namespace {
 
 const long frameWidth = 640, frameHeight = 480, side = 64;
 
-double seconds() {
-    static const double tick = [] {
-        LARGE_INTEGER f;
-        QueryPerformanceFrequency(&f);
-        return 1.0 / (double)f.QuadPart;
-    }();
-    LARGE_INTEGER t;
-    QueryPerformanceCounter(&t);
-    return (double)t.QuadPart * tick;
-}
-
-// Seconds per call, from runs of at least 20 ms; the best of seven such runs.
-double timeOf(const std::function<void()> &work) {
-    double best = 1e30;
-    for (int run = 0; run < 7; ++run) {
-        int reps = 1;
-        for (;;) {
-            const double start = seconds();
-            for (int i = 0; i < reps; ++i)
-                work();
-            const double elapsed = seconds() - start;
-            if (elapsed >= 0.02) {
-                best = std::min(best, elapsed / reps);
-                break;
-            }
-            reps *= elapsed < 0.002 ? 10 : 2;
-        }
-    }
-    return best;
-}
+using bench::timeOf;
 
 unsigned char *pixelsOf(mBitMap &image) { return static_cast<unsigned char *>(const_cast<void *>(image.getData())); }
 
