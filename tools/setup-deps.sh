@@ -22,5 +22,5 @@ velnor_install_deps() {
     [ "$(id -u)" -ne 0 ] && sudo=sudo
     $sudo apt-get update -q || return 1
     # shellcheck disable=SC2086
-    DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -q --no-install-recommends $pkgs || return 1
+    DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -q $pkgs || return 1
 }
