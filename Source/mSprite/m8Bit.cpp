@@ -18,7 +18,6 @@ namespace {
 // The 12-bit key of the mapping table: four bits of each channel.
 inline unsigned keyOf(unsigned red4, unsigned green4, unsigned blue4) { return (red4 << 8) | (green4 << 4) | blue4; }
 inline unsigned keyOf(const mColor &c) { return keyOf(c.getRed() >> 4, c.getGreen() >> 4, c.getBlue() >> 4); }
-inline unsigned keyOf15(unsigned p) { return ((p & 0x7800) >> 3) + ((p & 0x03C0) >> 2) + ((p & 0x001E) >> 1); }
 
 struct mOffset {
     signed char dr, dg, db;
@@ -282,7 +281,7 @@ void m8Bit::copy15(const m15Bit &source, const mRect &r, mPoint position) {
         for (long x = 0; x < cols; ++x) {
             const unsigned v = from[x];
             if (v != t)
-                to[x] = map[keyOf15(v)];
+                to[x] = map[mappingKey(v)];
         }
     }
 }
@@ -424,7 +423,7 @@ void m8Bit::writeStdImage(const unsigned short *image, const mSize &imageSize, c
         return;
     const unsigned char clear = (unsigned char)(hasTransparency() ? transparent : conversionIndex);
     const unsigned char *map = mapping;
-    writeStandard(image, imageSize, area, position, keepTarget, clear, [map](unsigned w) { return map[keyOf15(w)]; });
+    writeStandard(image, imageSize, area, position, keepTarget, clear, [map](unsigned w) { return map[mappingKey(w)]; });
 }
 
 // ---- Transformed copies and hit tests.

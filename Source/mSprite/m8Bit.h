@@ -13,6 +13,12 @@ public:
     // the mapping table of `mappingImage`.
     m8Bit(const mBitMap &source, const mBitMap *mappingImage);
 
+    // The slot of the 4096-entry mapping table for a 15-bit colour: its top four bits of
+    // red, green and blue.
+    static unsigned mappingKey(unsigned rgb15) {
+        return ((rgb15 & 0x7800) >> 3) + ((rgb15 & 0x03C0) >> 2) + ((rgb15 & 0x001E) >> 1);
+    }
+
     mColor *getUsedColors(int &count, int threshold) override;
     mBitMap *load(const void *data, long length, bool fileHeader) override;
     void flip() override;

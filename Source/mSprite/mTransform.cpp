@@ -1,10 +1,9 @@
 #include "mSprite/mTransform.h"
+#include "mSprite/m8Bit.h"
 
 #include <algorithm>
 #include <climits>
 #include <cmath>
-
-static const char srcPath[] = "mSprite/mTransform";
 
 namespace {
 
@@ -49,10 +48,6 @@ float clampShear(float degrees) {
         return 0.0f;
     return std::max(-70.0f, std::min(70.0f, degrees));
 }
-
-// The key of a 15-bit pixel in the 4096-entry mapping of an 8-bit image: the top four of the
-// five bits of each channel.
-inline unsigned key15(unsigned p) { return ((p & 0x7800) >> 3) + ((p & 0x03C0) >> 2) + ((p & 0x001E) >> 1); }
 
 // One walk in one direction of the X steps. The walker enters over the sides it comes from,
 // then draws until it leaves over a side it goes to; a convex image crosses a line once, so
@@ -240,7 +235,7 @@ void mTransformWalk::draw(const unsigned short *source, long sourceLine, unsigne
 
 void mTransformWalk::draw(const unsigned short *source, long sourceLine, unsigned transparent,
                           const unsigned char *mapping, unsigned char *target, long targetLine) const {
-    walk(*this, source, sourceLine, transparent, target, targetLine, [mapping](unsigned v) { return mapping[key15(v)]; });
+    walk(*this, source, sourceLine, transparent, target, targetLine, [mapping](unsigned v) { return mapping[m8Bit::mappingKey(v)]; });
 }
 
 void mTransformWalk::draw(const unsigned char *source, long sourceLine, unsigned transparent,

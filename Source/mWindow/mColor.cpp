@@ -5,8 +5,6 @@
 
 #include <cstring>
 
-static const char srcPath[] = "mWindow/mColor";
-
 static_assert(sizeof(mColor) == 4, "a colour is four bytes: red, green, blue, flag");
 
 mColor::mColor(mGraphics *graphics, const mColor &color) : mColor(color) {

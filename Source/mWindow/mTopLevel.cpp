@@ -4,8 +4,6 @@
 
 #include <windows.h>
 
-static const char srcPath[] = "mWindow/mTopLevel";
-
 namespace {
 HWND hwnd(SYSTEM_INFO_STRUCT *peer) { return reinterpret_cast<HWND>(peer); }
 

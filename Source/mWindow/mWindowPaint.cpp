@@ -6,8 +6,6 @@
 
 #include <windows.h>
 
-static const char srcPath[] = "mWindow/mWindowPaint";
-
 namespace {
 
 // A window with a palette puts it on every surface it hands out; it is selected as the

@@ -1,8 +1,6 @@
 #include "mWindow/mPalette.h"
 #include "mWindow/mWindow.h"
 
-static const char srcPath[] = "mWindow/mWindowPalette";
-
 mPalette *mWindow::getPalette() const { return palette ? new mPalette(*palette) : nullptr; }
 
 void mWindow::setPalette(const mPalette *p) {
