@@ -22,7 +22,7 @@ const unsigned long audioPrefix = 48;
 const unsigned long max4BitTarget = 0x60000;
 const long min4BitUnpacked = 54;
 // The most that a stream of either codec can yield for each byte it holds.
-const unsigned long lzssYield = 9;
+const unsigned long lzssYield = mCodec::LZSS_MOST_PER_BYTE;
 const unsigned long audioYield = 64;
 const unsigned long long maxBlock = 0x7FFF0000ull;
 

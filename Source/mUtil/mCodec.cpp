@@ -23,7 +23,8 @@ const unsigned NIL = RING;
 // The most a stream can yield for each of its bytes: a 2-byte reference gives 18
 // bytes; an audio run command gives 63 samples. The unbounded decoders use these
 // to bound their target by their input alone.
-const size_t LZSS_MOST_PER_BYTE = LONGEST / 2;
+static_assert(mCodec::LZSS_MOST_PER_BYTE == LONGEST / 2, "a reference of two bytes yields LONGEST");
+const size_t LZSS_MOST_PER_BYTE = mCodec::LZSS_MOST_PER_BYTE;
 const size_t AUDIO_MOST_PER_BYTE = 63;
 
 // The decoders' loops report how they ended; the throwing happens outside them.

@@ -15,6 +15,10 @@ class mOutputFile;
 
 class VELNOR_API mCodec {
 public:
+    // The most an LZSS stream can yield for each byte it holds: a reference of two bytes
+    // gives at most 18. Readers use it to refuse stated sizes no stream could reach.
+    enum { LZSS_MOST_PER_BYTE = 9 };
+
     // Decodes an LZSS stream of exactly srcLength bytes; srcLength <= 0 does
     // nothing. The target must hold all that the stream yields; prefer the
     // bounded form, which gives the number of bytes written.

@@ -45,9 +45,7 @@ const void *lockResource(SYSTEM_INFO_STRUCT *instance, const char *type, long &s
     return LockResource(LoadResource(h, found));
 }
 
-// An LZSS stream gives less than nine bytes for each byte in: its densest group is a flag
-// byte and eight references of 18 bytes each, 144 bytes out of 17.
-const long long longestExpansion = 9;
+const long long longestExpansion = mCodec::LZSS_MOST_PER_BYTE;
 } // namespace
 
 mModule::mModule(SYSTEM_INFO_STRUCT *instance) : owned(false), instance(instance) {}
