@@ -7,6 +7,14 @@
 #define VELNOR_API __declspec(dllimport)
 #endif
 
+#include <cstdint>
+
+// The platform's message parameters and result, at their full width: a pointer or handle
+// travels in them.
+typedef uintptr_t mWParam;
+typedef intptr_t mLParam;
+typedef intptr_t mLResult;
+
 // The opaque handle of every platform object: windows, modules, drawing objects.
 struct SYSTEM_INFO_STRUCT;
 

@@ -18,8 +18,7 @@ INT_PTR CALLBACK dialogProc(HWND peer, UINT message, WPARAM wParam, LPARAM lPara
     if (!dialog)
         return 0;
     try {
-        return (INT_PTR)(long)dialog->process(reinterpret_cast<SYSTEM_INFO_STRUCT *>(peer), (int)message,
-                                              (unsigned long)wParam, (unsigned long)lParam);
+        return dialog->process(reinterpret_cast<SYSTEM_INFO_STRUCT *>(peer), (int)message, wParam, lParam);
     } catch (...) {
         mApp::parkException();
         return 0;
@@ -66,7 +65,7 @@ void mDialog::destroy(int result) {
         mWindow::destroy();
 }
 
-unsigned long mDialog::process(SYSTEM_INFO_STRUCT *p, int message, unsigned long wParam, unsigned long lParam) {
+mLResult mDialog::process(SYSTEM_INFO_STRUCT *p, int message, mWParam wParam, mLParam lParam) {
     switch (message) {
     case WM_NCDESTROY:
         gone = true;
@@ -87,7 +86,7 @@ unsigned long mDialog::process(SYSTEM_INFO_STRUCT *p, int message, unsigned long
         return onInitDialog();
     case WM_CTLCOLORDLG: {
         bool handled = false;
-        return (unsigned long)mOnColorControl(handled, reinterpret_cast<void *>((uintptr_t)wParam),
+        return (mLResult)mOnColorControl(handled, reinterpret_cast<void *>((uintptr_t)wParam),
                                               reinterpret_cast<void *>((uintptr_t)lParam), 4);
     }
     case DM_GETDEFID:
@@ -101,7 +100,7 @@ unsigned long mDialog::process(SYSTEM_INFO_STRUCT *p, int message, unsigned long
     default:
         break;
     }
-    unsigned long result = 0;
+    mLResult result = 0;
     mTopLevel::process(message, wParam, lParam, result);
     return result;
 }

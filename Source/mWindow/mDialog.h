@@ -11,7 +11,7 @@ public:
     void destroy() override { destroy(0); }
     void destroy(int result);
     virtual bool onInitDialog() { return true; }
-    unsigned long process(SYSTEM_INFO_STRUCT *peer, int message, unsigned long wParam, unsigned long lParam);
+    mLResult process(SYSTEM_INFO_STRUCT *peer, int message, mWParam wParam, mLParam lParam);
     using mTopLevel::process;
 
     static mDialog *findDWindow(SYSTEM_INFO_STRUCT *peer, const char *className);

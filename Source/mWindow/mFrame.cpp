@@ -33,7 +33,7 @@ mFrame::mFrame(const mRect &bounds, int style, const mString &title) : mFrame(nu
 
 mFrame::~mFrame() {}
 
-bool mFrame::process(int message, unsigned long wParam, unsigned long lParam, unsigned long &result) {
+bool mFrame::process(int message, mWParam wParam, mLParam lParam, mLResult &result) {
     if (message != WM_MENUSELECT)
         return mTopLevel::process(message, wParam, lParam, result);
     result = 0;

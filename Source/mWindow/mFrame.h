@@ -15,7 +15,7 @@ public:
     };
 
     mFrame(mWindow *parent, const mRect &bounds, int style, const mString &title);
-    bool process(int message, unsigned long wParam, unsigned long lParam, unsigned long &result) override;
+    bool process(int message, mWParam wParam, mLParam lParam, mLResult &result) override;
     virtual bool onMenuSelect(int id) { return false; }
 
     void updateMenu();

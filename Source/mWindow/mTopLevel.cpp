@@ -44,7 +44,7 @@ mTopLevel::mTopLevel(mWindow *parent)
 
 mTopLevel::~mTopLevel() {}
 
-bool mTopLevel::process(int message, unsigned long wParam, unsigned long lParam, unsigned long &result) {
+bool mTopLevel::process(int message, mWParam wParam, mLParam lParam, mLResult &result) {
     switch (message) {
     case WM_GETMINMAXINFO:
         if (maxWidth || maxHeight) {

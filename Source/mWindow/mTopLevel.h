@@ -6,7 +6,7 @@ class mIcon;
 
 class VELNOR_API mTopLevel : public mWindow {
 public:
-    bool process(int message, unsigned long wParam, unsigned long lParam, unsigned long &result) override;
+    bool process(int message, mWParam wParam, mLParam lParam, mLResult &result) override;
     virtual void onUserDrag(bool starting) {}
 
     void setLimits(const mSize &minSize, const mSize &maxSize);

@@ -26,9 +26,9 @@ LRESULT CALLBACK windowProc(HWND peer, UINT message, WPARAM wParam, LPARAM lPara
     mWindow *window = reinterpret_cast<mWindow *>(GetWindowLongPtrA(peer, 0));
     if (window) {
         try {
-            unsigned long result = 0;
-            if (window->process((int)message, (unsigned long)wParam, (unsigned long)lParam, result))
-                return (LRESULT)(long)result;
+            mLResult result = 0;
+            if (window->process((int)message, wParam, lParam, result))
+                return result;
         } catch (...) {
             mApp::parkException();
             return 0;
@@ -42,9 +42,9 @@ struct CursorEntry {
 };
 const LPCSTR systemCursors[] = {IDC_WAIT, IDC_IBEAM, IDC_ARROW, IDC_CROSS, IDC_NO};
 
-int lowSigned(unsigned long v) { return (short)(v & 0xFFFF); }
-int highSigned(unsigned long v) { return (short)((v >> 16) & 0xFFFF); }
-int highWord(unsigned long v) { return (int)((v >> 16) & 0xFFFF); }
+int lowSigned(uintptr_t v) { return (short)(v & 0xFFFF); }
+int highSigned(uintptr_t v) { return (short)((v >> 16) & 0xFFFF); }
+int highWord(uintptr_t v) { return (int)((v >> 16) & 0xFFFF); }
 
 } // namespace
 
@@ -508,7 +508,7 @@ bool mWindow::vkeyUD(int key, int qualifiers, bool down) {
 
 // ---- The message table.
 
-bool mWindow::process(int message, unsigned long wParam, unsigned long lParam, unsigned long &result) {
+bool mWindow::process(int message, mWParam wParam, mLParam lParam, mLResult &result) {
     bool handled = false;
     result = 0;
     int x = lowSigned(lParam), y = highSigned(lParam);
@@ -523,11 +523,11 @@ bool mWindow::process(int message, unsigned long wParam, unsigned long lParam, u
     case WM_KILLFOCUS: mOnKillFocus(handled, reinterpret_cast<void *>((uintptr_t)wParam)); break;
     case WM_PAINT: mOnPaint(handled); break;
     case WM_CLOSE: mOnClose(handled); break;
-    case WM_ERASEBKGND: result = (unsigned long)mOnEraseBkgnd(handled, reinterpret_cast<void *>((uintptr_t)wParam)); break;
+    case WM_ERASEBKGND: result = (mLResult)mOnEraseBkgnd(handled, reinterpret_cast<void *>((uintptr_t)wParam)); break;
     case WM_ACTIVATEAPP: mOnActivateApp(handled, (int)wParam, lParam); break;
     case WM_CANCELMODE: mOnCancelMode(handled); break;
     case WM_SETCURSOR:
-        result = (unsigned long)mSetCursor(reinterpret_cast<void *>((uintptr_t)wParam), (short)(lParam & 0xFFFF),
+        result = (mLResult)mSetCursor(reinterpret_cast<void *>((uintptr_t)wParam), (short)(lParam & 0xFFFF),
                                            highWord(lParam), handled);
         break;
     case WM_DRAWITEM: mOnDrawItem(handled, reinterpret_cast<const void *>((uintptr_t)lParam)); result = 1; break;
@@ -564,7 +564,7 @@ bool mWindow::process(int message, unsigned long wParam, unsigned long lParam, u
     case WM_CTLCOLOREDIT: case WM_CTLCOLORLISTBOX: case WM_CTLCOLORBTN: case WM_CTLCOLORSCROLLBAR:
     case WM_CTLCOLORSTATIC: {
         static const int kinds[] = {1, 2, 3, 0, 5, 6};
-        result = (unsigned long)mOnColorControl(handled, reinterpret_cast<void *>((uintptr_t)wParam),
+        result = (mLResult)mOnColorControl(handled, reinterpret_cast<void *>((uintptr_t)wParam),
                                                 reinterpret_cast<void *>((uintptr_t)lParam),
                                                 kinds[message - WM_CTLCOLOREDIT]);
         break;
@@ -587,7 +587,7 @@ bool mWindow::process(int message, unsigned long wParam, unsigned long lParam, u
         if (message >= USER_MESSAGE_BASE && message < DEFERRED_DESTROY) {
             int value = 0;
             handled = onUserMessage((short)(message - USER_MESSAGE_BASE), (int)wParam, (long)lParam, value);
-            result = (unsigned long)value;
+            result = value;
         }
         break;
     }

@@ -84,7 +84,7 @@ public:
     virtual void setPosition(const mPoint &position);
     virtual void setBounds(const mRect &bounds);
     virtual void destroy();
-    virtual bool process(int message, unsigned long wParam, unsigned long lParam, unsigned long &result);
+    virtual bool process(int message, mWParam wParam, mLParam lParam, mLResult &result);
 
     SYSTEM_INFO_STRUCT *getPeer() const { return peer; }
     bool isValid() const { return !gone; }
