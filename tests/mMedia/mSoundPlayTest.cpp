@@ -10,6 +10,7 @@ namespace {
 class SoundPlayTest : public vt::AppFixture {
 protected:
     SoundPlayTest() : vt::AppFixture("SoundPlayTest"), dir(::testing::UnitTest::GetInstance()->current_test_info()->name()) {}
+    static void SetUpTestSuite() { Capture::restart(); }
     void SetUp() override {
         vt::AppFixture::SetUp();
         if (!capture.available())
