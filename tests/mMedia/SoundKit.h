@@ -4,8 +4,8 @@
 
 #include <Velnor11.h>
 
-#include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <string>
 #include <vector>
@@ -34,56 +34,38 @@ inline Bytes wave(const WaveFormat &f, const Bytes &samples) {
     return riff({chunk("fmt ", fmtBody(f)), chunk("data", samples)});
 }
 
-// 16-bit frames in which no frame is silent, so that silence the platform adds can be told apart.
+// Samples with every byte odd: no 16-bit frame is silent and no 8-bit sample is the middle value,
+// so that silence the platform adds can be told apart.
 inline Bytes loud(size_t bytes, unsigned seed) {
     Bytes b = pattern(bytes, seed);
-    for (size_t i = 1; i < b.size(); i += 2)
-        b[i] |= 0x01;
+    for (unsigned char &x : b)
+        x |= 0x01;
     return b;
 }
 
-// The sound the session appends to VELNOR_SOUND_FILE, read from where it stood when made:
-// signed 16-bit stereo at 44100 Hz.
+// The sound the session appends to VELNOR_SOUND_FILE (signed 16-bit stereo at 44100 Hz), from
+// where the file stood when this was made.
 class Capture {
 public:
-    Capture() : path(location()), from(size()) {}
-    bool available() const { return !path.empty(); }
-    // Empties the file, which grows with every run otherwise.
-    static void restart() {
-        if (std::FILE *f = location().empty() ? nullptr : std::fopen(location().c_str(), "wb"))
-            std::fclose(f);
+    Capture() : from(all().size()) {}
+    static std::string path() {
+        const char *unixPath = std::getenv("VELNOR_SOUND_FILE");
+        return unixPath ? std::string("Z:") + unixPath : std::string();
     }
-
     // The bytes played since, without the silent frames that the platform may put between sounds.
     Bytes played() const {
-        Bytes all(size() - from), kept;
-        if (std::FILE *f = std::fopen(path.c_str(), "rb")) {
-            std::fseek(f, (long)from, SEEK_SET);
-            all.resize(std::fread(all.data(), 1, all.size(), f));
-            std::fclose(f);
-        }
-        for (size_t i = 0; i + 4 <= all.size(); i += 4)
-            if (all[i] | all[i + 1] | all[i + 2] | all[i + 3])
-                kept.insert(kept.end(), all.begin() + i, all.begin() + i + 4);
+        Bytes now = all(), kept;
+        for (size_t i = from; i + 4 <= now.size(); i += 4)
+            if (now[i] | now[i + 1] | now[i + 2] | now[i + 3])
+                kept.insert(kept.end(), now.begin() + i, now.begin() + i + 4);
         return kept;
     }
 
 private:
-    static std::string location() {
-        const char *unixPath = std::getenv("VELNOR_SOUND_FILE");
-        return unixPath ? std::string("Z:") + unixPath : std::string();
+    static Bytes all() {
+        std::ifstream in(path(), std::ios::binary);
+        return Bytes(std::istreambuf_iterator<char>(in), {});
     }
-    size_t size() const {
-        std::FILE *f = path.empty() ? nullptr : std::fopen(path.c_str(), "rb");
-        if (!f)
-            return 0;
-        std::fseek(f, 0, SEEK_END);
-        size_t n = (size_t)std::ftell(f);
-        std::fclose(f);
-        return n;
-    }
-
-    std::string path;
     size_t from;
 };
 
