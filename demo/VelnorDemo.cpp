@@ -70,8 +70,9 @@ public:
     Ball(const mBitMap *image, int priority, long id, const mPoint &from, const mPoint &to, unsigned long time,
          mSpriteContext *context)
         : mSprite(image, priority, id, from, context), from(from), to(to), time(time) {
-        (new mAnimator(this, -1))->startMove(to, time);
+        new mAnimator(this, -1);
     }
+    void roll() { getAnimator()->startMove(to, time); }
     bool animationDone(mAnimator *animator, bool finished) override {
         std::swap(from, to);
         animator->startMove(to, time);
@@ -151,6 +152,12 @@ public:
         for (const Placed &p : placed)
             std::printf("picture: arrow %s in box (%ld,%ld)-(%ld,%ld)\n", p.what.c_str(), p.box.left, p.box.top,
                         p.box.right, p.box.bottom);
+    }
+
+    // Sets the balls rolling, from now on.
+    void startBalls() {
+        for (Ball *b : balls)
+            b->roll();
     }
 
     void describeBalls() const {
@@ -276,6 +283,7 @@ int main(int argc, char **argv) {
     std::printf("frame: \"%s\" shown at %ldx%ld, client area %dx%d\n", frame->getTitle().c_str(),
                 frame->getPosition().x, frame->getPosition().y, frame->getClientBounds().width(),
                 frame->getClientBounds().height());
+    frame->startBalls();
     frame->describe();
     Ending ending(&app, frame, outDir + "\\demo-screenshot.bmp");
     mTimer timer(1500, &ending, 0, false);
