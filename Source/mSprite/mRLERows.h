@@ -1,6 +1,8 @@
-// The visible part of a run-length image, row by row: each stored row's opaque spans, whose
-// pixels lie side by side in one block. Built once from the token stream, it lets a copy
-// walk each row once and move every span whole, without reading a token.
+// The visible part of a run-length image, row by row: each stored row's opaque spans, and
+// the stretch from its first opaque pixel to its last as one block of values with a mask of
+// the skipped pixels. Built once from the token stream, it lets a copy walk each row once,
+// without reading a token: into 8 bits a row's stretch moves as one masked block, into 15
+// bits each span moves whole through the colour table.
 #pragma once
 #include "mUtil/mGeometry.h"
 
@@ -15,7 +17,7 @@ public:
     // Reads the stream of an image of `width` x `height`. Pixels right of the width and rows
     // above the height are dropped; a stream that ends early, or is cut off inside a token,
     // keeps the rows up to there, the unfinished one included, as a copy draws them. A stream
-    // whose visible pixels would not fit in memory throws "Bitmap too large".
+    // whose visible stretches would not fit in memory throws "Bitmap too large".
     void build(const unsigned char *stream, long size, long width, long height);
 
     // Draws `area` of the image into a plain target: `bottomLeft` is the target pixel of the
@@ -25,17 +27,25 @@ public:
     void draw(const mRect &area, unsigned short *bottomLeft, long linePixels, const unsigned short *table) const;
 
 private:
-    // Columns [x, end) of a row, their pixels from `pixel` on in `pixels`.
+    // Columns [x, end) of a row, all drawn.
     struct Span {
         long x, end;
-        size_t pixel;
+    };
+    // A row's spans run up to the next row's first; its stretch [left, right) has its values
+    // and mask from `at` on.
+    struct Row {
+        size_t span;
+        long left, right;
+        size_t at;
     };
 
-    template <class Pixel, class Move>
-    void drawSpans(const mRect &area, Pixel *to, long linePixels, Move move) const;
+    void addPixels(long x, const unsigned char *values, unsigned value, long n);
+    // The stored rows that `area` draws, bottom first: [first, stop). False if none.
+    bool rowsOf(const mRect &area, long &first, long &stop) const;
 
     long width, height;
-    std::vector<size_t> rowStart; // the first span of each row the stream holds, then the end; empty without rows
+    std::vector<Row> rows; // the rows the stream holds, then one that only ends the last one's spans
     std::vector<Span> spans;
-    std::vector<unsigned char> pixels;
+    std::vector<unsigned char> values; // 0 where skipped
+    std::vector<unsigned char> holes;  // 0 where drawn, 0xFF where skipped
 };
