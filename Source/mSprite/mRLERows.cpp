@@ -15,9 +15,9 @@ namespace {
 const size_t mostBytes = 0x7FFFFFF0;
 
 // A block of bytes of a stretch: the target's bytes keep what the holes keep and take the
-// values elsewhere. Blending twice changes nothing, and blending the target's earlier bytes
-// gives what blending them once gives, so blocks may overlap, and the last block of a
-// stretch is read before the blocks ahead of it are written: no read waits for a write.
+// values elsewhere. A blend gives the same bytes whether it reads the target before or after
+// an overlapping blend, so blocks may overlap, and the last block of a stretch is read before
+// the blocks ahead of it are written: no read waits on a store it half overlaps.
 struct mBlend {
     uint64_t target[2], hole[2], value[2];
     template <int Words> void read(const unsigned char *t, const unsigned char *h, const unsigned char *v) {
