@@ -9,9 +9,9 @@ class SoundScript : public ScriptTest {
 protected:
     SoundScript() : dir("soundscript") {}
     // A step playing `samples` as 16-bit stereo at 44100 Hz, from a wave file.
-    mStepSound *sound(const Bytes &samples, int useId) {
+    mStepSound *sound(const Bytes &samples, int useId, int flags = 0) {
         mInputFile file(mString(dir.write("s" + std::to_string(serial++) + ".wav", wave(WaveFormat(), samples)).c_str()));
-        return new mStepSound(file, 0, useId);
+        return new mStepSound(file, flags, useId);
     }
     // Bytes of `ms` of sound.
     static size_t ms(int n) { return (size_t)n * 44100 / 1000 * 4; }
@@ -57,4 +57,18 @@ TEST_F(SoundScript, HurryCutsASoundShort) {
         EXPECT_LT(played.size(), longOne.size());
         EXPECT_TRUE(std::equal(shortOne.begin(), shortOne.end(), played.end() - shortOne.size()));
     }
+}
+
+// A sound told complete early, here by the next sound's stop of all others, still holds its id
+// for its minimum time.
+TEST_F(SoundScript, AnEarlyCompletionWaitsForTheMinimumTime) {
+    Bytes longOne = loud(ms(1000), 7), shortOne = loud(ms(100), 8);
+    mSequence *s = script({probe("start"), sound(longOne, 4), sound(shortOne, 0, mDigSound::STOP_ALL), probe("short"),
+                           new mStepWait(4), probe("released")});
+    s->start("");
+    EXPECT_EQ(0, vt::runBounded(*app));
+
+    EXPECT_EQ(Trail({"start", "short", "released"}), trail);
+    EXPECT_LT(between("start", "short"), 900);
+    EXPECT_GE(between("start", "released"), 1000);
 }
