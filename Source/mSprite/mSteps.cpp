@@ -64,7 +64,7 @@ bool mStepSetValue::entered(mSequence *sequence) {
 }
 
 bool mStepChangeValue::entered(mSequence *sequence) {
-    sequence->setLong(reg, sequence->getLong(reg) + delta);
+    sequence->setLong(reg, sequence->getLong(reg) + value);
     return true;
 }
 

@@ -82,24 +82,26 @@ private:
     long remaining;
 };
 
-class VELNOR_API mStepSetValue : public mAnimStep {
-public:
-    mStepSetValue(int reg, long value) : reg(reg), value(value) {}
-    bool entered(mSequence *sequence) override;
-
-private:
+// What the register steps share: a register and a value.
+class VELNOR_API mStepRegister : public mAnimStep {
+protected:
+    mStepRegister(int reg, long value) : reg(reg), value(value) {}
     int reg;
     long value;
 };
 
-class VELNOR_API mStepChangeValue : public mAnimStep {
+// Stores a value in a register.
+class VELNOR_API mStepSetValue : public mStepRegister {
 public:
-    mStepChangeValue(int reg, long delta) : reg(reg), delta(delta) {}
+    mStepSetValue(int reg, long value) : mStepRegister(reg, value) {}
     bool entered(mSequence *sequence) override;
+};
 
-private:
-    int reg;
-    long delta;
+// Adds a delta to a register.
+class VELNOR_API mStepChangeValue : public mStepRegister {
+public:
+    mStepChangeValue(int reg, long delta) : mStepRegister(reg, delta) {}
+    bool entered(mSequence *sequence) override;
 };
 
 // Holds while the id is in use.
