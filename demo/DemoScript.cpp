@@ -4,7 +4,7 @@
 
 namespace {
 
-enum { lapCount = 2, legTime = 500, bounceId = 9, lapRegister = 1 };
+enum { lapCount = 2, legTime = 500, lapRegister = 1 };
 
 // The last step: hands the end of the script to the title.
 class Finish : public mAnimStep {
@@ -58,20 +58,20 @@ bool writeBounce(const std::string &path) {
 
 DemoScript::DemoScript(mSpriteContext *context, const std::vector<DemoPath> &paths, const std::string &dataDir,
                        std::function<void()> ended)
-    : sequence(context, 1, nullptr, 0), bounce(dataDir + "\\demo-bounce.wav") {
-    const bool sound = writeBounce(bounce);
+    : sequence(context, 1, nullptr, 0) {
     sequence.append(new mStepLabel("lap"));
-    for (bool back : {false, true}) {
-        if (sound) {
-            mInputFile file(bounce.c_str());
-            sequence.append(new mStepSound(file, 0, bounceId));
-        }
+    for (bool back : {false, true})
         roll(paths, 1, legTime, back);
-    }
     sequence.append(new mStepChangeValue(lapRegister, 1));
     sequence.append(new mStepLoop(lapCount, "lap"));
     roll(paths, 2, legTime / 2, false);
-    sequence.append(new mStepWait(bounceId));
+    // Held until the bounce has played; the device plays one sound at a time, so a sound that
+    // is still playing goes first.
+    const std::string bounce = dataDir + "\\demo-bounce.wav";
+    if (writeBounce(bounce)) {
+        mInputFile file(bounce.c_str());
+        sequence.append(new mStepSound(file, 0, 0));
+    }
     sequence.append(new Finish(ended));
     sequence.start("");
 }
@@ -90,6 +90,6 @@ void DemoScript::roll(const std::vector<DemoPath> &paths, int divisor, long time
 }
 
 void DemoScript::describe() {
-    std::printf("script: %d laps, then to the middles, in %ld ms\n", (int)sequence.getLong(lapRegister),
+    std::printf("script: %d laps, then to the middles and a bounce, in %ld ms\n", (int)sequence.getLong(lapRegister),
                 sequence.getRunningTime());
 }

@@ -1,6 +1,6 @@
-// The demo's scene as a script: the balls roll to their far ends and back together, a bounce
-// sounds at every turn, twice over; then they roll to the middles of their paths, where they
-// overlap, and the script ends the run.
+// The demo's scene as a script: the balls roll to their far ends and back together, twice
+// over; then they roll to the middles of their paths, where they overlap, a bounce sounds, and
+// the script ends the run.
 #pragma once
 #include <Velnor11.h>
 
@@ -25,5 +25,4 @@ private:
     void roll(const std::vector<DemoPath> &paths, int divisor, long time, bool back);
 
     mSequence sequence;
-    std::string bounce;
 };

@@ -1,8 +1,10 @@
 // The demo title: a main frame showing a sprite context, where an arrow sprite stands plain,
 // rotated, scaled and sheared while balls of several priorities cross over and under it,
-// moved by a script on the idle rounds; an idle listener that counts the rounds of the run
-// loop, and the script's end, which saves a screenshot of the window and ends the run.
+// moved by a script on the idle rounds; a tune that plays meanwhile; an idle listener that
+// counts the rounds of the run loop, and the script's end, which saves a screenshot of the
+// window and ends the run.
 #include "DemoScript.h"
+#include "DemoSound.h"
 
 #include <Velnor11.h>
 
@@ -274,6 +276,7 @@ int main(int argc, char **argv) {
                 frame->getPosition().x, frame->getPosition().y, frame->getClientBounds().width(),
                 frame->getClientBounds().height());
     frame->describe();
+    DemoSound sound;
     Ending ending(&app, frame, outDir + "\\demo-screenshot.bmp");
     // The script starts now that the window shows, so the screenshot finds the balls crossing.
     DemoScript script(frame->getContext(), frame->getPaths(), outDir, [&] {

@@ -38,6 +38,8 @@ struct HeapFree {
 } // namespace
 
 void mDigSound::init() {
+    // The device is made before the first sound, so that it outlives every sound, static ones too.
+    mSoundDevice::get();
     file = nullptr;
     dataStart = 0;
     length = 0;

@@ -211,13 +211,17 @@ int mApp::runLoop() {
                 quit = true;
                 return (int)msg.wParam;
             }
+            // A message taken once the run has ended would be lost: it stays queued for whoever
+            // pumps next.
+            if (quit)
+                return exitCode;
             inHand = PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE) != 0;
         }
         if (quit)
             return exitCode;
         if (current && !current->idleListeners.empty()) {
             processIdle(idleCount++);
-            inHand = PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE) != 0;
+            inHand = !quit && PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE) != 0;
             Sleep(0);
             continue;
         }

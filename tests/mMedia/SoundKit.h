@@ -46,13 +46,13 @@ inline Bytes loud(size_t bytes, unsigned seed) {
 // signed 16-bit stereo at 44100 Hz.
 class Capture {
 public:
-    Capture() {
-        const char *unixPath = std::getenv("VELNOR_SOUND_FILE");
-        if (unixPath)
-            path = std::string("Z:") + unixPath;
-        from = size();
-    }
+    Capture() : path(location()), from(size()) {}
     bool available() const { return !path.empty(); }
+    // Empties the file, which grows with every run otherwise.
+    static void restart() {
+        if (std::FILE *f = location().empty() ? nullptr : std::fopen(location().c_str(), "wb"))
+            std::fclose(f);
+    }
 
     // The bytes played since, without the silent frames that the platform may put between sounds.
     Bytes played() const {
@@ -69,6 +69,10 @@ public:
     }
 
 private:
+    static std::string location() {
+        const char *unixPath = std::getenv("VELNOR_SOUND_FILE");
+        return unixPath ? std::string("Z:") + unixPath : std::string();
+    }
     size_t size() const {
         std::FILE *f = path.empty() ? nullptr : std::fopen(path.c_str(), "rb");
         if (!f)
@@ -80,7 +84,7 @@ private:
     }
 
     std::string path;
-    size_t from = 0;
+    size_t from;
 };
 
 // What 8-bit mono samples at 44100 Hz become in the capture.

@@ -10,6 +10,7 @@ namespace {
 class SoundPlayTest : public vt::AppFixture {
 protected:
     SoundPlayTest() : vt::AppFixture("SoundPlayTest"), dir(::testing::UnitTest::GetInstance()->current_test_info()->name()) {}
+    static void SetUpTestSuite() { Capture::restart(); }
     void SetUp() override {
         vt::AppFixture::SetUp();
         if (!capture.available())
@@ -144,4 +145,30 @@ TEST_F(SoundPlayTest, StopAllTellsEveryListener) {
     EXPECT_FALSE(mDigSound::isAnyPlaying());
     vt::pumpUntil([] { return false; }, 300);
     EXPECT_EQ(2u, ear.heard.size());
+}
+
+// A looping sound, in memory or streamed with its end inside a buffer, repeats without a gap
+// until it is stopped, and its listener is not told.
+TEST_F(SoundPlayTest, LoopsRepeatWithoutAGap) {
+    WaveFormat stereo16;
+    Bytes samples = loud(0x18000 + 8, 9);
+    Bytes image = join({le({{4, 0}}), wave(stereo16, samples)});
+    mDigSound fromMemory(image.data(), (int)image.size());
+    mDigSound streamed(put(wave(stereo16, samples)), true);
+    for (mDigSound *sound : {&fromMemory, &streamed}) {
+        Capture looped;
+        ear.play(*sound, mDigSound::LOOP);
+        EXPECT_TRUE(sound->isLooping());
+        ASSERT_TRUE(vt::pumpUntil([&] { return looped.played().size() > 3 * samples.size(); }, 10000));
+        sound->stop();
+        vt::pumpUntil([] { return !mDigSound::isAnyPlaying(); }, 1000);
+        Bytes played = looped.played();
+        Bytes repeated;
+        while (repeated.size() < played.size())
+            repeated = join({repeated, samples});
+        repeated.resize(played.size());
+        EXPECT_EQ(repeated, played);
+    }
+    vt::pumpUntil([] { return false; }, 200);
+    EXPECT_TRUE(ear.heard.empty());
 }

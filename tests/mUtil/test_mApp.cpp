@@ -92,6 +92,23 @@ TEST_F(AppTest, ClosingTheLastFrameEndsInOrder) {
     EXPECT_EQ(0, app->getStateCount());
 }
 
+// A message posted once the run has ended, with nothing else queued, is left for whoever pumps
+// next (a sound's completion, for one), not taken and dropped.
+TEST_F(AppTest, MessagesPostedAsTheRunEndsStayQueued) {
+    struct Poster : Frame {
+        using Frame::Frame;
+        void onWindowGone() override {
+            Frame::onWindowGone();
+            vt::drainMessages();
+            PostThreadMessageA(GetCurrentThreadId(), WM_USER + 8, 0, 0);
+        }
+    };
+    Poster *frame = new Poster(app, "main");
+    PostMessageA(reinterpret_cast<HWND>(frame->getPeer()), WM_CLOSE, 0, 0);
+    EXPECT_EQ(0, vt::runBounded(*app));
+    EXPECT_TRUE(queueHas(WM_USER + 8));
+}
+
 TEST_F(AppTest, ShutdownWalksDownTwoMainStates) {
     new Frame(app, "lower");
     new Exit("lowerExit");
