@@ -1,12 +1,13 @@
 // The demo title: a main frame showing a sprite context, where an arrow sprite stands plain,
 // rotated, scaled and sheared while balls of several priorities cross over and under it,
-// moved by animators on the idle rounds; an idle listener that counts the rounds of the run
-// loop, and a timer that saves a screenshot of the window and ends the run.
+// moved by a script on the idle rounds; a tune that plays meanwhile; an idle listener that
+// counts the rounds of the run loop, and the script's end, which saves a screenshot of the
+// window and ends the run.
+#include "DemoScript.h"
 #include "DemoSound.h"
 
 #include <Velnor11.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <string>
@@ -66,24 +67,12 @@ m8BitMemImage *makeBall(mPalette &palette, Ink ink) {
     });
 }
 
-// A ball that rolls to and fro between two points, starting the way back at each end.
+// A ball and the two ends of the path that the script rolls it along.
 class Ball : public mSprite {
 public:
-    Ball(const mBitMap *image, int priority, long id, const mPoint &from, const mPoint &to, unsigned long time,
-         mSpriteContext *context)
-        : mSprite(image, priority, id, from, context), from(from), to(to), time(time) {
-        new mAnimator(this, -1);
-    }
-    void roll() { getAnimator()->startMove(to, time); }
-    bool animationDone(mAnimator *animator, bool finished) override {
-        std::swap(from, to);
-        animator->startMove(to, time);
-        ++legs;
-        return false;
-    }
+    Ball(const mBitMap *image, int priority, long id, const mPoint &from, const mPoint &to, mSpriteContext *context)
+        : mSprite(image, priority, id, from, context), from(from), to(to) {}
     mPoint from, to;
-    unsigned long time;
-    int legs = 0;
 };
 
 class DemoFrame : public mMainFrame {
@@ -119,9 +108,8 @@ public:
         new mSprite(ground, -1000, 0, mPoint(0, 0), context);
         ground->free();
 
-        // Each ball takes a second a way, so all of them pass their midpoints at the half
-        // seconds: there they overlap one another and the rotated arrow, lowest green, then
-        // the arrows, blue and yellow on top.
+        // At the midpoints of their paths the balls overlap one another and the rotated
+        // arrow, lowest green, then the arrows, blue and yellow on top.
         const struct {
             Ink ink;
             int priority;
@@ -131,7 +119,7 @@ public:
                      {yellow, 25, mPoint(110, 320), mPoint(430, 0)}};
         for (const auto &p : paths) {
             m8BitMemImage *image = makeBall(palette, p.ink);
-            balls.push_back(new Ball(image, p.priority, 100 + (long)balls.size(), p.from, p.to, 1000, context));
+            balls.push_back(new Ball(image, p.priority, 100 + (long)balls.size(), p.from, p.to, context));
             image->free();
         }
         context->update();
@@ -156,17 +144,19 @@ public:
                         p.box.right, p.box.bottom);
     }
 
-    // Sets the balls rolling, from now on.
-    void startBalls() {
-        for (Ball *b : balls)
-            b->roll();
-    }
-
     void describeBalls() const {
         for (const Ball *b : balls)
-            std::printf("sprites: ball %ld of priority %d at (%ld,%ld) after %d legs between (%ld,%ld) and (%ld,%ld)\n",
-                        b->getId(), b->getPriority(), b->getBounds().left, b->getBounds().top, b->legs, b->from.x,
-                        b->from.y, b->to.x, b->to.y);
+            std::printf("sprites: ball %ld of priority %d at (%ld,%ld) on its path between (%ld,%ld) and (%ld,%ld)\n",
+                        b->getId(), b->getPriority(), b->getBounds().left, b->getBounds().top, b->from.x, b->from.y,
+                        b->to.x, b->to.y);
+    }
+
+    mSpriteContext *getContext() const { return context; }
+    std::vector<DemoPath> getPaths() const {
+        std::vector<DemoPath> paths;
+        for (Ball *b : balls)
+            paths.push_back(DemoPath{b, b->from, b->to});
+        return paths;
     }
 
     // Writes what the window shows, read back from its own context, as a 24-bit BMP file.
@@ -255,12 +245,12 @@ public:
     unsigned long rounds = 0;
 };
 
-class Ending : public mTimerListener {
+class Ending {
 public:
     Ending(mApp *app, DemoFrame *frame, const std::string &screenshot)
         : app(app), frame(frame), screenshot(screenshot) {}
-    void timerPopped(mTimer &timer) override {
-        std::printf("timer: popped after %lu ms, ending the run\n", mTimer::getCurTime() - started);
+    void end() {
+        std::printf("script: ended after %lu ms, ending the run\n", mTimer::getCurTime() - started);
         frame->describeBalls();
         frame->saveScreenshot(screenshot);
         app->shutdown(0);
@@ -285,11 +275,14 @@ int main(int argc, char **argv) {
     std::printf("frame: \"%s\" shown at %ldx%ld, client area %dx%d\n", frame->getTitle().c_str(),
                 frame->getPosition().x, frame->getPosition().y, frame->getClientBounds().width(),
                 frame->getClientBounds().height());
-    frame->startBalls();
     frame->describe();
     DemoSound sound;
     Ending ending(&app, frame, outDir + "\\demo-screenshot.bmp");
-    mTimer timer(1500, &ending, 0, false);
+    // The script starts now that the window shows, so the screenshot finds the balls crossing.
+    DemoScript script(frame->getContext(), frame->getPaths(), outDir, [&] {
+        script.describe();
+        ending.end();
+    });
     int rc = app.start();
     std::printf("idle: %lu rounds of the run loop\n", idle.rounds);
     std::printf("demo: start returned %d\n", rc);

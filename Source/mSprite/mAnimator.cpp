@@ -2,6 +2,7 @@
 
 #include "mSprite/mSprite.h"
 #include "mSprite/mSpriteContext.h"
+#include "mSprite/mSpriteSteps.h"
 #include "mUtil/mTimer.h"
 #include "mWindow/mWindow.h"
 
@@ -108,3 +109,9 @@ void mAnimator::restart() {
 }
 
 long mAnimator::getStartTime() const { return running ? startTime : (long)mTimer::getCurTime(); }
+
+// The step may delete this animator.
+bool mAnimatorS::done(bool finished) {
+    step->animDone(this, finished);
+    return true;
+}

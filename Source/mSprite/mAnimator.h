@@ -61,3 +61,21 @@ private:
     mAnimator(const mAnimator &);
     mAnimator &operator=(const mAnimator &);
 };
+
+class mSequence;
+class mStepSpriteBase;
+
+// The animator of script steps: its end goes to the step that started it, and always repaints.
+class VELNOR_API mAnimatorS : public mAnimator {
+public:
+    mAnimatorS(mStepSpriteBase *step, mSequence *sequence, mAnimObject *object)
+        : mAnimator(object, -1), sequence(sequence), step(step) {}
+    mSequence *getSequence() const { return sequence; }
+
+protected:
+    bool done(bool finished) override;
+
+private:
+    mSequence *sequence;
+    mStepSpriteBase *step;
+};
