@@ -21,6 +21,8 @@ public:
     unsigned short getVerb() const { return verb; }
     unsigned short getopa() const { return (unsigned short)opa; }
     unsigned short getopb() const { return (unsigned short)opb; }
+    // Both operands as the signed place of an ordinary frame's image.
+    mPoint getPos() const { return mPoint(opa, opb); }
 
 private:
     friend class mAsaFile;
