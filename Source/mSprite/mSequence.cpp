@@ -60,20 +60,28 @@ bool mSequence::isRegistered(mSequence *sequence) {
 mSequence::mSequence(mSpriteContext *context, int id, mWindow *window, int message)
     : current(-1), nextIndex(-1), busy(false), advancePending(false), pauseRequested(false), paused(false),
       startTime(0), pauseTime(0), window(window), message(message), id(id), context(context) {
+    if (refused == this)
+        refused = nullptr;
     registry().push_back(this);
 }
 
+mSequence *mSequence::refused = nullptr;
+
 mSequence::~mSequence() noexcept(false) {
-    if (busy)
+    std::vector<mSequence *> &all = registry();
+    all.erase(std::find(all.begin(), all.end(), this));
+    if (busy) {
+        // The delete frees the memory all the same: the engine up the stack must not touch
+        // it, and its steps, one of which is running, are left alone.
+        refused = this;
         VELNOR_THROW("Delete not allowed when busy (no deletes in notifications)", 0);
+    }
     busy = true;
     notifyInUse(mAnimStep::eventStop);
     window = nullptr;
     stop();
     for (mAnimStep *step : steps)
         delete step;
-    std::vector<mSequence *> &all = registry();
-    all.erase(std::find(all.begin(), all.end(), this));
 }
 
 void mSequence::append(mAnimStep *step) { steps.push_back(step); }
@@ -159,12 +167,31 @@ void mSequence::next() {
         nextIndex = current + 1;
         if (pauseRequested)
             hold();
-        else if (steps[current]->entered(this))
+        else if (enter(steps[current]))
             continue;
         busy = false;
         repaint();
         return;
     }
+}
+
+bool mSequence::enter(mAnimStep *step) {
+    try {
+        return step->entered(this);
+    } catch (...) {
+        abandon();
+        throw;
+    }
+}
+
+void mSequence::abandon() {
+    if (refused == this) {
+        refused = nullptr;
+        return;
+    }
+    busy = false;
+    current = -1;
+    paused = pauseRequested = false;
 }
 
 void mSequence::setState(int index) {

@@ -108,8 +108,14 @@ private:
     // Holds at a step boundary while a pause is requested.
     void hold();
     void repaint();
+    // Enters a step. A failure that unwinds through the engine leaves the sequence stopped and
+    // idle, so that it can be started or deleted again; unless the failure is its own deletion.
+    bool enter(mAnimStep *step);
+    void abandon();
     static std::vector<mSequence *> &registry();
     static bool isRegistered(mSequence *sequence);
+    // The sequence whose deletion was refused while busy; its memory is gone.
+    static mSequence *refused;
 
     int current;
     int nextIndex;

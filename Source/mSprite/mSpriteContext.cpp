@@ -54,13 +54,14 @@ mSpriteContext::~mSpriteContext() {
     remove(lowestPriority, highestPriority);
     // What still runs belongs to objects that are not sprites, groups for one: their
     // animators go now, while the list that they leave is still there.
+    // The last one to leave ends the context's idle listening.
     std::vector<mAnimator *> left(animators);
-    for (mAnimator *a : left)
+    for (mAnimator *a : left) {
         if (a->getObject()->getAnimator() == a)
             a->getObject()->removeAnimator();
-    animators.clear();
-    if (mApp *app = mApp::getCurrentApp())
-        app->unregisterIdle(this);
+        else
+            removeAnimator(a);
+    }
     if (bitMap)
         bitMap->free();
     first.next = last.prev = nullptr;
