@@ -2,6 +2,7 @@
 // rotated, scaled and sheared while balls of several priorities cross over and under it,
 // moved by a script on the idle rounds; an idle listener that counts the rounds of the run
 // loop, and the script's end, which saves a screenshot of the window and ends the run.
+#include "DemoAnimation.h"
 #include "DemoScript.h"
 
 #include <Velnor11.h>
@@ -275,8 +276,11 @@ int main(int argc, char **argv) {
                 frame->getClientBounds().height());
     frame->describe();
     Ending ending(&app, frame, outDir + "\\demo-screenshot.bmp");
+    mPalette inks = makePalette();
+    DemoAnimation animation(frame->getContext(), inks, outDir, mPoint(440, 330));
     DemoScript script(frame->getContext(), frame->getPaths(), outDir, [&] {
         script.describe();
+        animation.describe();
         ending.end();
     });
     int rc = app.start();
