@@ -116,6 +116,7 @@ protected:
     void run(int ms = 5000, unsigned long actAt = 0, std::function<void()> during = nullptr) {
         shots.clear();
         ended = false;
+        sawTimer = false;
         start = mTimer::getCurTime();
         sequence->start("");
         app->registerIdle(this);
@@ -140,6 +141,8 @@ protected:
     // Samples the picture between any two messages or idle rounds: the player draws at most one
     // frame in each.
     void onIdle(unsigned long) override {
+        sawTimer |= mTimerQueue::hasPlatformTimer();
+        Sleep(slowBy);
         const mBHeader *h = image->getHeader();
         const unsigned char *data = static_cast<const unsigned char *>(image->getData());
         std::string rows;
@@ -177,6 +180,8 @@ protected:
     std::vector<Shot> shots;
     unsigned long start = 0, after = 0;
     bool ended = false;
+    bool sawTimer = false;
+    DWORD slowBy = 0;
 };
 
 // Frames reach the image one delay apart, over the background, centred; a slot without an
@@ -354,6 +359,28 @@ TEST_F(AsaAnimTest, InUseHurryAndStop) {
     context->update();
     onIdle(0);
     EXPECT_EQ((std::vector<std::string>{"a", "b", " "}), pictures());
+}
+
+// On a machine too slow for the timer the player paces itself from idle rounds after the fourth
+// late pop, in that run and the next.
+TEST_F(AsaAnimTest, LatePopsLeaveTheTimerForGood) {
+    asa::Writer w(1, 1, 60);
+    Image a = letter('a'), b = letter('b');
+    unsigned short ia = (unsigned short)w.addImage(*a, "a"), ib = (unsigned short)w.addImage(*b, "b");
+    for (int i = 0; i < 8; ++i)
+        w.addFrame(picture({{i % 2 ? ib : ia, 0, 1}}));
+    w.chain(0, 7);
+    mAsaFile &file = load(w);
+
+    script(file, 1, 1);
+    run();
+    EXPECT_TRUE(sawTimer);
+    slowBy = 100;
+    run();
+    slowBy = 0;
+    run();
+    EXPECT_FALSE(sawTimer);
+    EXPECT_EQ(9u, pictures().size());
 }
 
 // A MIDI item and a command frame without its slot end a run in the player's errors; so does

@@ -51,7 +51,9 @@ TEST_F(AsaFileTest, WrittenFileReadsBackWhole) {
     w.setTitle("Walk");
     w.setPalette(palette);
     Image ball = solid(8, 6, 3), sky = solid(64, 48, 9);
+    Image tinted(mBitMap::create(8, mSize(3, 2), &palette));
     int ballItem = w.addImage(*ball, "ball");
+    int tintedItem = w.addImage(*tinted, "tinted");
     int skyItem = w.addImage(*sky, "sky", true);
     int tick = w.addSound(asa::waveImage(Bytes(200, 128), 11025, 8, 1), "tick");
     int blob = w.addItem(asa::itemData, "a-name-longer-than-14", Bytes{1, 2, 3, 4, 5}, 0);
@@ -74,7 +76,7 @@ TEST_F(AsaFileTest, WrittenFileReadsBackWhole) {
     EXPECT_EQ(mSize(64, 48), file.getBackgroundSize());
     EXPECT_EQ(120, file.getFrameTime());
     ASSERT_EQ(3, file.getFrames());
-    ASSERT_EQ(4, file.getItems());
+    ASSERT_EQ(5, file.getItems());
     EXPECT_EQ(2, file.getSpriteSlots());
 
     mAsaFrame *f0 = file.getFirstFrame();
@@ -98,7 +100,7 @@ TEST_F(AsaFileTest, WrittenFileReadsBackWhole) {
     EXPECT_EQ(nullptr, f0->getSlot(2));
 
     EXPECT_STREQ("a-name-longer-", file.getItemName(blob).c_str());
-    EXPECT_STREQ("", file.getItemName(4).c_str());
+    EXPECT_STREQ("", file.getItemName(5).c_str());
     EXPECT_EQ(mObjFile::objData, file.getType(blob));
     EXPECT_EQ(mObjFile::objNone, file.getType(-1));
     EXPECT_TRUE(file.isBackground(skyItem));
@@ -112,6 +114,11 @@ TEST_F(AsaFileTest, WrittenFileReadsBackWhole) {
     ASSERT_EQ(mSize(8, 6), image->getSize());
     EXPECT_EQ(0, std::memcmp(ball->getData(), image->getData(), (size_t)ball->getHeader()->dataSize));
     EXPECT_EQ(2, image->getHeader()->refCount);
+
+    // An image's own colours come back through the 15-bit table of its block.
+    ASSERT_EQ(256, file.getImagePtr(tintedItem)->getColors());
+    EXPECT_EQ(colors[77].getRGB() & 0xF8F8F8,
+              const_cast<mBitMap *>(file.getImagePtr(tintedItem))->getColor(77).getRGB() & 0xF8F8F8);
 
     ASSERT_NE(nullptr, file.getPalette());
     for (int i : {0, 77, 255})
