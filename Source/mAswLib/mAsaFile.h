@@ -129,10 +129,11 @@ public:
     mAsaFrame *getFirstFrame() { return getFrame(0); }
     mAsaFrame *getFrame(int n);
     mAsaFrame *getFrame(const mString &name);
-    mAsaFrame *getNextFrame(mAsaFrame *f) { return getFrame(f->getNextFrame()); }
-    mAsaFrame *getPrevFrame(mAsaFrame *f) { return getFrame(f->getPrevFrame()); }
-    mAsaFrame *getNextSplit(mAsaFrame *f) { return getFrame(f->getNextSplit()); }
-    mAsaFrame *getPrevSplit(mAsaFrame *f) { return getFrame(f->getPrevSplit()); }
+    // Null for a null frame, or where the field is -1 or no frame of this file.
+    mAsaFrame *getNextFrame(mAsaFrame *f) { return f ? getFrame(f->getNextFrame()) : nullptr; }
+    mAsaFrame *getPrevFrame(mAsaFrame *f) { return f ? getFrame(f->getPrevFrame()) : nullptr; }
+    mAsaFrame *getNextSplit(mAsaFrame *f) { return f ? getFrame(f->getNextSplit()) : nullptr; }
+    mAsaFrame *getPrevSplit(mAsaFrame *f) { return f ? getFrame(f->getPrevSplit()) : nullptr; }
 
     mString getItemName(int i);
     mObjFile::mObjType getType(int i);

@@ -1,7 +1,6 @@
 #include "AsaKit.h"
 #include "VelnorTest.h"
 
-#include <algorithm>
 #include <functional>
 #include <map>
 #include <set>
@@ -16,14 +15,6 @@ const char src[] = "mAswLib/mAsaAnim";
 const unsigned short none = 0xFFFF;
 // Pixel values of the pictures: letters, and the background of an animation.
 const unsigned char floorIndex = 0, backdropIndex = 100;
-
-char symbol(unsigned char index) {
-    if (index == floorIndex)
-        return ' ';
-    if (index == backdropIndex)
-        return '.';
-    return (char)('a' + index - 1);
-}
 
 // A letter image, w x h.
 Image letter(char c, int w = 1, int h = 1) { return solid(w, h, (unsigned char)(c - 'a' + 1)); }
@@ -96,6 +87,12 @@ protected:
         return anim;
     }
 
+    // A frame of one slot: a 1 x 1 image of the letter at (x, 0).
+    Frame show(asa::Writer &w, char c, short x = 0) {
+        letters.push_back(letter(c));
+        return picture({{(unsigned short)w.addImage(*letters.back(), std::string(1, c)), x, 1}});
+    }
+
     void clearStage() {
         delete sequence;
         sequence = nullptr;
@@ -107,7 +104,8 @@ protected:
     }
 
     mAsaFile &load(const asa::Writer &w) {
-        files.emplace_back(new mAsaFile(mString(dir.write("f" + std::to_string(files.size()) + ".asa", w.bytes()).c_str())));
+        std::string path = dir.write("f" + std::to_string(files.size()) + ".asa", w.bytes());
+        files.emplace_back(new mAsaFile(mString(path.c_str())));
         return *files.back();
     }
 
@@ -149,8 +147,10 @@ protected:
         for (long y = 0; y < h->height; ++y) {
             if (y)
                 rows += '|';
-            for (long x = 0; x < h->width; ++x)
-                rows += symbol(data[(h->height - 1 - y) * h->lineBytes + x]);
+            for (long x = 0; x < h->width; ++x) {
+                unsigned char v = data[(h->height - 1 - y) * h->lineBytes + x];
+                rows += v == floorIndex ? ' ' : v == backdropIndex ? '.' : (char)('a' + v - 1);
+            }
         }
         std::string sounds;
         for (auto &f : files)
@@ -177,6 +177,7 @@ protected:
     mSpriteContext *context = nullptr;
     mSequence *sequence = nullptr;
     std::vector<std::unique_ptr<mAsaFile>> files;
+    std::vector<Image> letters;
     std::vector<Shot> shots;
     unsigned long start = 0, after = 0;
     bool ended = false;
@@ -226,11 +227,9 @@ TEST_F(AsaAnimTest, FramesReachTheImageAtTheirTimesWithTheirSounds) {
         if (i == 0 || shots[i - 1].rows != shots[i].rows)
             times.push_back(shots[i].at);
     }
-    std::set<std::string> looping = {"hum+loop"}, once = {"ding"};
-    EXPECT_EQ(looping, heard[expected[0]]);
-    EXPECT_EQ(looping, heard[expected[1]]);
-    EXPECT_EQ(once, heard[expected[2]]);
-    EXPECT_EQ(std::set<std::string>(), heard[expected[3]]);
+    using Heard = std::set<std::string>;
+    EXPECT_EQ((std::vector<Heard>{{"hum+loop"}, {"hum+loop"}, {"ding"}, {}}),
+              (std::vector<Heard>{heard[expected[0]], heard[expected[1]], heard[expected[2]], heard[expected[3]]}));
     // A late timer pop shortens the next wait, so only the schedule is checked: never early.
     ASSERT_EQ(4u, times.size());
     for (size_t i = 1; i < times.size(); ++i)
@@ -244,16 +243,11 @@ TEST_F(AsaAnimTest, FramesReachTheImageAtTheirTimesWithTheirSounds) {
     EXPECT_EQ("    aa......|    aa......|    ....bb..|    ....bb..", pictures().front());
 }
 
-// Counters, a counted repeat, a subroutine drawn where it was called from, a selected split and
-// a change of speed, all from the file's own commands.
-TEST_F(AsaAnimTest, CommandsBranchLoopCountAndCallSubroutines) {
+// Counters, a counted repeat, a subroutine drawn where it was called from, selected and random
+// splits and a change of speed, all from the file's own commands.
+TEST_F(AsaAnimTest, CommandsBranchLoopCountSplitAndCallSubroutines) {
     asa::Writer w(3, 1, 100);
-    std::vector<Image> images;
-    auto item = [&](char c) {
-        images.push_back(letter(c));
-        return (unsigned short)w.addImage(*images.back(), std::string(1, c));
-    };
-    auto show = [&](char c, short x = 0) { return picture({{item(c), x, 1}}); };
+    auto show = [&](char c, short x = 0) { return this->show(w, c, x); };
     w.addFrame(show('a'));                                     // 0
     w.addFrame(asa::command(56, 16));                          // 1: idle speed from here
     w.addFrame(asa::command(62, 2));                           // 2: counter A = 2
@@ -296,50 +290,40 @@ TEST_F(AsaAnimTest, CommandsBranchLoopCountAndCallSubroutines) {
     // Only the first frame waited for the file's delay; the rest ran at idle speed.
     EXPECT_LT(after - start, 100u + 16 * 30);
     EXPECT_TRUE(file.getFrame(19)->hasFlag(mAsaFrame::selected));
-}
 
-// Random splits never show an unselectable frame and show each of the others.
-TEST_F(AsaAnimTest, RandomSplitsSkipUnselectableFrames) {
-    asa::Writer w(1, 1, 0);
-    std::vector<Image> images;
-    auto show = [&](char c) {
-        images.push_back(letter(c));
-        return picture({{(unsigned short)w.addImage(*images.back(), std::string(1, c)), 0, 1}});
-    };
-    w.addFrame(asa::command(55, 0));        // 0: random splits
-    w.addFrame(asa::command(65, 60));       // 1: counter B = 60
-    w.addFrame(show('k'));                  // 2
-    w.addFrame(show('x'));                  // 3: split head
-    w.addFrame(show('y'));                  // 4
-    w.addFrame(show('z'));                  // 5: unselectable
-    w.addFrame(asa::command(64));           // 6: B -= 1
-    w.addFrame(asa::command(5, 0, 0, Slot{50, 2, 0}));  // 7: B > 0: again
-    w.chain(0, 3);
+    // Random splits never show an unselectable frame, and show each of the others.
+    asa::Writer r(1, 1, 0);
+    auto pick = [&](char c) { return this->show(r, c); };
+    r.addFrame(asa::command(55, 0));        // 0: random splits
+    r.addFrame(asa::command(65, 60));       // 1: counter B = 60
+    r.addFrame(pick('k'));                  // 2
+    r.addFrame(pick('x'));                  // 3: split head
+    r.addFrame(pick('y'));                  // 4
+    r.addFrame(pick('z'));                  // 5: unselectable
+    r.addFrame(asa::command(64));           // 6: B -= 1
+    r.addFrame(asa::command(5, 0, 0, Slot{50, 2, 0}));  // 7: B > 0: again
+    r.chain(0, 3);
     for (int split : {3, 4, 5})
-        w.frame(split).nextFrame = 6;
-    w.chain(6, 7);
-    w.frame(3).nextSplit = 4;
-    w.frame(4).nextSplit = 5;
-    w.frame(5).flags = mAsaFrame::unselectable;
-    mAsaFile &file = load(w);
+        r.frame(split).nextFrame = 6;
+    r.chain(6, 7);
+    r.frame(3).nextSplit = 4;
+    r.frame(4).nextSplit = 5;
+    r.frame(5).flags = mAsaFrame::unselectable;
+    mAsaFile &random = load(r);
 
-    script(file, 1, 1);
+    script(random, 1, 1);
     run();
-    std::set<std::string> shown;
-    for (const std::string &p : pictures())
-        shown.insert(p);
-    EXPECT_EQ((std::set<std::string>{"k", "x", "y", " "}), shown);
+    std::vector<std::string> seen = pictures();
+    EXPECT_EQ((std::set<std::string>{"k", "x", "y", " "}), std::set<std::string>(seen.begin(), seen.end()));
 }
+
 
 // In the background the script goes on at once and waits for the animation's in-use id; hurry
 // runs every frame to the end at idle speed; stop hides everything and the script ends.
 TEST_F(AsaAnimTest, InUseHurryAndStop) {
     asa::Writer w(1, 1, 200);
-    std::vector<Image> images;
-    for (char c : {'a', 'b', 'c', 'd'}) {
-        images.push_back(letter(c));
-        w.addFrame(picture({{(unsigned short)w.addImage(*images.back(), std::string(1, c)), 0, 1}}));
-    }
+    for (char c : {'a', 'b', 'c', 'd'})
+        w.addFrame(show(w, c));
     w.chain(0, 3);
     mAsaFile &file = load(w);
 
@@ -365,10 +349,8 @@ TEST_F(AsaAnimTest, InUseHurryAndStop) {
 // late pop, in that run and the next.
 TEST_F(AsaAnimTest, LatePopsLeaveTheTimerForGood) {
     asa::Writer w(1, 1, 60);
-    Image a = letter('a'), b = letter('b');
-    unsigned short ia = (unsigned short)w.addImage(*a, "a"), ib = (unsigned short)w.addImage(*b, "b");
     for (int i = 0; i < 8; ++i)
-        w.addFrame(picture({{i % 2 ? ib : ia, 0, 1}}));
+        w.addFrame(show(w, i % 2 ? 'b' : 'a'));
     w.chain(0, 7);
     mAsaFile &file = load(w);
 
