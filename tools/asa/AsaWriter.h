@@ -129,7 +129,7 @@ public:
         put(block, wave);
         return addItem(itemSound, name, block, 1);
     }
-    // Any record as it stands: type word, name, block and compressor flags 0 or 1.
+    // Any record: type word, name, block, and compressor flags 0 (stored) or 1 or 64 (LZSS).
     int addItem(short typeWord, const std::string &name, const Bytes &block, unsigned long flags) {
         Bytes r;
         put(r, items.size(), 2);
