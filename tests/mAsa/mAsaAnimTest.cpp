@@ -72,14 +72,14 @@ protected:
 
     // A canvas of w x h over a floor of value 0, and a script of the animation, then a mark.
     mAsaAnim *script(mAsaFile &file, int w, int h, int useId = 0, mPoint at = mPoint(),
-                     std::initializer_list<mAnimStep *> more = {}) {
+                     std::initializer_list<mAnimStep *> more = {}, bool remap = false) {
         clearStage();
         image = new m8BitMemImage(nullptr, mSize(w, h), palette.get());
         context = new mSpriteContext(image, frame);
         Image floor = solid(w, h, floorIndex);
         new mSprite(floor.get(), -100, 0, mPoint(), context);
         sequence = new mSequence(context, 1, frame, endMessage);
-        mAsaAnim *anim = new mAsaAnim(&file, false, false, useId, at);
+        mAsaAnim *anim = new mAsaAnim(&file, remap, false, useId, at);
         sequence->append(anim);
         for (mAnimStep *step : more)
             sequence->append(step);
@@ -363,6 +363,28 @@ TEST_F(AsaAnimTest, LatePopsLeaveTheTimerForGood) {
     run();
     EXPECT_FALSE(sawTimer);
     EXPECT_EQ(9u, pictures().size());
+}
+
+// With remapping asked for, images take the file's colours and then the nearest entries of the
+// window's palette.
+TEST_F(AsaAnimTest, ImagesAreRemappedToTheWindowPalette) {
+    mColor fileInks[256], windowInks[256];
+    for (int i = 0; i < 256; ++i)
+        fileInks[i] = windowInks[i] = mColor(i, i, i);
+    fileInks[1] = windowInks[7] = mColor(0, 255, 0);
+    mPalette fileColours(fileInks, 256), windowColours(windowInks, 256);
+    frame->setPalette(&windowColours);
+
+    asa::Writer w(2, 1, 100);
+    w.setPalette(fileColours);
+    Image pair = solid(2, 1, 1);
+    const_cast<unsigned char *>(static_cast<const unsigned char *>(pair->getData()))[0] = 0;
+    w.addFrame(picture({{(unsigned short)w.addImage(*pair, "pair"), 0, 1}}));
+    mAsaFile &file = load(w);
+
+    script(file, 2, 1, 0, mPoint(), {}, true);
+    run();
+    EXPECT_EQ(" g", pictures().front());
 }
 
 // A MIDI item and a command frame without its slot end a run in the player's errors; so does
