@@ -1,5 +1,6 @@
 // The blits of the image formats on a 640x480 target, in megapixels per second and against
-// memcpy/memset of the same bytes, measured in the same run.
+// memcpy/memset of the same bytes, and the run-length copy of sprites against the
+// colour-keyed copy of the same sprites; each pair measured in the same run.
 #include "mSprite/m15Bit.h"
 #include "mSprite/m8Bit.h"
 #include "mSprite/m8BitRLE.h"
@@ -48,33 +49,55 @@ unsigned char texture(long x, long y) {
 
 unsigned char *pixelsOf(mBitMap &image) { return static_cast<unsigned char *>(const_cast<void *>(image.getData())); }
 
-// A sprite: a disc of texture on a transparent (0) ground.
+// A sprite: a ring of texture on a transparent (0) ground, cut by two slots, so that about
+// two fifths are transparent and a row holds two or three opaque runs.
 m8Bit *makeSprite(const mPalette &palette) {
     m8Bit *sprite = new m8Bit(mSize(spriteSize, spriteSize), &palette);
-    const long r = spriteSize / 2 - 2;
+    const long outer = spriteSize / 2 - 1, inner = 11;
     for (long y = 0; y < spriteSize; ++y) {
         unsigned char *row = pixelsOf(*sprite) + y * spriteSize;
         for (long x = 0; x < spriteSize; ++x) {
-            const long dx = x - spriteSize / 2, dy = y - spriteSize / 2;
-            row[x] = dx * dx + dy * dy <= r * r ? texture(x, y) : 0;
+            const long dx = x - spriteSize / 2, dy = y - spriteSize / 2, d = dx * dx + dy * dy;
+            const bool slot = (x >= 44 && x < 47) || (x >= 18 && x < 21 && y < 12);
+            row[x] = d <= outer * outer && d >= inner * inner && !slot ? texture(x, y) : 0;
         }
     }
     sprite->setTransparent(0);
     return sprite;
 }
 
-// Positions spread over the frame, all inside it or all half outside it.
-std::vector<mPoint> spritePositions(bool clipped) {
+// The share of transparent pixels and the opaque runs a row of a sprite.
+void describe(m8Bit &sprite) {
+    long clear = 0, runs = 0;
+    for (long y = 0; y < spriteSize; ++y) {
+        const unsigned char *row = pixelsOf(sprite) + y * spriteSize;
+        for (long x = 0; x < spriteSize; ++x) {
+            clear += row[x] == 0;
+            runs += row[x] != 0 && (x == 0 || row[x - 1] == 0);
+        }
+    }
+    std::printf("Sprites %ldx%ld: %.0f%% transparent, %.2f opaque runs a row.\n", spriteSize, spriteSize,
+                100.0 * clear / (spriteSize * spriteSize), (double)runs / spriteSize);
+}
+
+enum Placing { inside, offLeft, offRight, offTop, offBottom, offAnySide };
+const char *const placingNames[] = {"unclipped", "clipped left", "clipped right", "clipped top", "clipped bottom",
+                                    "clipped"};
+
+// Positions spread over the frame: all inside it, or half outside it on one side, or on
+// each side in turn.
+std::vector<mPoint> spritePositions(Placing placing) {
     std::vector<mPoint> positions;
     for (long i = 0; i < 256; ++i) {
         const long x = (i * 37) % (frameWidth - spriteSize), y = (i * 53) % (frameHeight - spriteSize);
-        if (!clipped)
+        const Placing side = placing == offAnySide ? (Placing)(offLeft + i % 4) : placing;
+        if (side == inside)
             positions.push_back(mPoint(x, y));
-        else if (i % 4 == 0)
+        else if (side == offLeft)
             positions.push_back(mPoint(-spriteSize / 2, y));
-        else if (i % 4 == 1)
+        else if (side == offRight)
             positions.push_back(mPoint(frameWidth - spriteSize / 2, y));
-        else if (i % 4 == 2)
+        else if (side == offTop)
             positions.push_back(mPoint(x, -spriteSize / 2));
         else
             positions.push_back(mPoint(x, frameHeight - spriteSize / 2));
@@ -109,14 +132,26 @@ double visiblePixels(const std::vector<mPoint> &positions) {
     return n;
 }
 
-void sprites(const char *name, mBitMap &target, const mBitMap &sprite, bool clipped, int pixelBytes) {
-    const std::vector<mPoint> positions = spritePositions(clipped);
-    const mRect whole(0, 0, spriteSize, spriteSize);
-    const Timing t = compare([&] {
+std::function<void()> copies(mBitMap &target, const mBitMap &sprite, const std::vector<mPoint> &positions) {
+    return [&target, &sprite, positions] {
         for (const mPoint &p : positions)
-            target.copy(&sprite, whole, p);
-    }, memcpyRows(positions, pixelBytes));
+            target.copy(&sprite, mRect(0, 0, spriteSize, spriteSize), p);
+    };
+}
+
+void sprites(const char *name, mBitMap &target, const mBitMap &sprite, Placing placing, int pixelBytes) {
+    const std::vector<mPoint> positions = spritePositions(placing);
+    const Timing t = compare(copies(target, sprite, positions), memcpyRows(positions, pixelBytes));
     report(name, visiblePixels(positions), t, "memcpy");
+}
+
+// The run-length copy of the sprites against the colour-keyed copy of the same sprites.
+void runLength(const char *depth, mBitMap &target, const mBitMap &rle, const mBitMap &keyed, Placing placing) {
+    const std::vector<mPoint> positions = spritePositions(placing);
+    const Timing t = compare(copies(target, rle, positions), copies(target, keyed, positions));
+    const double pixels = visiblePixels(positions);
+    std::printf("run-length into %-6s %-15s %9.1f Mpx/s   colour-keyed %9.1f Mpx/s   %5.2f x\n", depth,
+                placingNames[placing], pixels / t.subject / 1e6, pixels / t.baseline / 1e6, t.baseline / t.subject);
 }
 
 void fullFrame(const char *name, mBitMap &target, const mBitMap &source, int pixelBytes) {
@@ -149,17 +184,18 @@ int main() {
     m15Bit *sprite15 = new m15Bit(*sprite8, nullptr);
     sprite15->setTransparent(mColor(0, 0, 0));
 
-    std::printf("Target %ldx%ld, sprites %ldx%ld; best of 7 runs of 20 ms or more.\n", frameWidth, frameHeight, spriteSize, spriteSize);
+    std::printf("Target %ldx%ld; best of 7 runs of 20 ms or more.\n", frameWidth, frameHeight);
+    describe(*sprite8);
     fullFrame("8-bit opaque full frame", *target8, *frame8, 1);
-    sprites("8-bit transparent sprites", *target8, *sprite8, false, 1);
-    sprites("8-bit transparent sprites, clipped", *target8, *sprite8, true, 1);
-    sprites("run-length into 8-bit", *target8, *spriteRLE, false, 1);
-    sprites("run-length into 8-bit, clipped", *target8, *spriteRLE, true, 1);
-    sprites("run-length into 15-bit", *target15, *spriteRLE, false, 2);
-    sprites("run-length into 15-bit, clipped", *target15, *spriteRLE, true, 2);
+    sprites("8-bit transparent sprites", *target8, *sprite8, inside, 1);
+    sprites("8-bit transparent sprites, clipped", *target8, *sprite8, offAnySide, 1);
     fullFrame("15-bit opaque full frame", *target15, *frame15, 2);
-    sprites("15-bit transparent sprites", *target15, *sprite15, false, 2);
+    sprites("15-bit transparent sprites", *target15, *sprite15, inside, 2);
     fullFrame("8-bit into 15-bit full frame", *target15, *frame8, 2);
+    for (int placing = inside; placing <= offAnySide; ++placing)
+        runLength("8-bit", *target8, *spriteRLE, *sprite8, (Placing)placing);
+    for (int placing = inside; placing <= offAnySide; ++placing)
+        runLength("15-bit", *target15, *spriteRLE, *sprite8, (Placing)placing);
 
     {
         std::vector<unsigned char> table(4096);

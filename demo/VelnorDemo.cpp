@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <vector>
 #include <windows.h>
@@ -25,29 +26,45 @@ mPalette makePalette() {
     return mPalette(colors, inkCount);
 }
 
-// A 64x64 sprite drawn through its own surface: an arrow pointing right, with a caption, on a
-// transparent ground, so that a turn of it is plain to see.
-m8BitMemImage *makeSprite(mPalette &palette) {
-    m8BitMemImage *sprite = new m8BitMemImage(nullptr, mSize(64, 64), &palette);
-    mBrush groundBrush(palette.getColor(ground)), bodyBrush(palette.getColor(red)), headBrush(palette.getColor(yellow));
-    mPen outline(palette.getColor(white), 1);
-    sprite->setBrush(&groundBrush);
-    sprite->fillRect(mRect(0, 0, 64, 64));
-    sprite->setPen(&outline);
-    sprite->setBrush(&bodyBrush);
-    sprite->rectangle(mRect(4, 22, 40, 42));
-    const mPoint head[] = {mPoint(38, 8), mPoint(62, 32), mPoint(38, 56)};
-    sprite->setBrush(&headBrush);
-    sprite->polygon(head, 3);
-    mFont font(mFont::fontSwiss, 12, true, false);
-    sprite->setFont(&font);
-    sprite->setTextColor(palette.getColor(white));
-    sprite->setBackgroundColor(mColor(true));
-    sprite->writeText("V11", mPoint(8, 25));
+// A sprite image drawn through its own surface by `draw`, on a transparent ground.
+m8BitMemImage *drawSprite(mPalette &palette, const mSize &size, const std::function<void(m8BitMemImage &)> &draw) {
+    m8BitMemImage *sprite = new m8BitMemImage(nullptr, size, &palette);
+    sprite->fill(palette.getColor(ground));
+    draw(*sprite);
     sprite->reset();
     sprite->flush();
     sprite->setTransparent(ground);
     return sprite;
+}
+
+// A 64x64 arrow pointing right, with a caption, so that a turn of it is plain to see.
+m8BitMemImage *makeSprite(mPalette &palette) {
+    return drawSprite(palette, mSize(64, 64), [&](m8BitMemImage &sprite) {
+        mBrush bodyBrush(palette.getColor(red)), headBrush(palette.getColor(yellow));
+        mPen outline(palette.getColor(white), 1);
+        sprite.setPen(&outline);
+        sprite.setBrush(&bodyBrush);
+        sprite.rectangle(mRect(4, 22, 40, 42));
+        const mPoint head[] = {mPoint(38, 8), mPoint(62, 32), mPoint(38, 56)};
+        sprite.setBrush(&headBrush);
+        sprite.polygon(head, 3);
+        mFont font(mFont::fontSwiss, 12, true, false);
+        sprite.setFont(&font);
+        sprite.setTextColor(palette.getColor(white));
+        sprite.setBackgroundColor(mColor(true));
+        sprite.writeText("V11", mPoint(8, 25));
+    });
+}
+
+// A 48x48 ball of one ink with a white rim.
+m8BitMemImage *makeBall(mPalette &palette, Ink ink) {
+    return drawSprite(palette, mSize(48, 48), [&](m8BitMemImage &ball) {
+        mBrush inkBrush(palette.getColor(ink));
+        mPen rim(palette.getColor(white), 2);
+        ball.setPen(&rim);
+        ball.setBrush(&inkBrush);
+        ball.ellipse(mRect(2, 2, 46, 46));
+    });
 }
 
 // A ball and the two ends of the path that the script rolls it along.
@@ -57,22 +74,6 @@ public:
         : mSprite(image, priority, id, from, context), from(from), to(to) {}
     mPoint from, to;
 };
-
-// A 48x48 ball of one ink with a white rim, on a transparent ground.
-m8BitMemImage *makeBall(mPalette &palette, Ink ink) {
-    m8BitMemImage *ball = new m8BitMemImage(nullptr, mSize(48, 48), &palette);
-    mBrush groundBrush(palette.getColor(ground)), inkBrush(palette.getColor(ink));
-    mPen rim(palette.getColor(white), 2);
-    ball->setBrush(&groundBrush);
-    ball->fillRect(mRect(0, 0, 48, 48));
-    ball->setPen(&rim);
-    ball->setBrush(&inkBrush);
-    ball->ellipse(mRect(2, 2, 46, 46));
-    ball->reset();
-    ball->flush();
-    ball->setTransparent(ground);
-    return ball;
-}
 
 class DemoFrame : public mMainFrame {
 public:

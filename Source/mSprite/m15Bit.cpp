@@ -179,7 +179,8 @@ void m15Bit::copy8(const mBitMap *source, const mRect &r, mPoint position) {
     const long cols = r.width(), rows = r.height();
     unsigned short *to = row(position.y + rows - 1) + position.x;
     if (s.compression == 1) {
-        m8BitRLE::decodeInto(*source, r, to, targetLine, table);
+        mRLERows scratch;
+        m8BitRLE::rowsOf(*source, scratch).draw(r, to, targetLine, table);
         return;
     }
     if (s.compression != 0)

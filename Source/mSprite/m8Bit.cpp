@@ -225,7 +225,8 @@ void m8Bit::copy(const mBitMap *source, mRect sourceRect, mPoint position) {
         VELNOR_THROW("Unsupported copy into 8 bit uncompressed image", 0);
     if (s.compression == 1) {
         unsigned char *bottomLeft = row(position.y + sourceRect.height() - 1) + position.x;
-        m8BitRLE::decodeInto(*source, sourceRect, bottomLeft, header->lineBytes);
+        mRLERows scratch;
+        m8BitRLE::rowsOf(*source, scratch).draw(sourceRect, bottomLeft, header->lineBytes);
         return;
     }
     copyPlain(*source, sourceRect, position);

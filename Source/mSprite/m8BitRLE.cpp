@@ -1,11 +1,11 @@
 #include "mSprite/m8BitRLE.h"
 
 #include "mSprite/m8Bit.h"
+#include "mSprite/mRLETokens.h"
 #include "mUtil/mModule.h"
 #include "mWindow/mPalette.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -13,180 +13,6 @@
 static const char srcPath[] = "mSprite/m8BitRLE";
 
 namespace {
-
-// ---- The token stream: c v a run, 00 00 a row's end, 00 01 the image's end,
-// 00 02 dx dy a skip, 00 n and n bytes (padded to even) a literal.
-
-// The kinds that cover pixels come first: a row goes on while a token's kind is below tokenRowEnd.
-enum mTokenKind { tokenRun, tokenSkip, tokenLiteral, tokenRowEnd, tokenImageEnd };
-
-struct mToken {
-    mTokenKind kind;
-    long length;                 // pixels covered by a run, skip or literal
-    unsigned value;              // the value of a run, the dy of a skip
-    const unsigned char *pixels; // the bytes of a literal
-};
-
-// Reads the token at `p` and moves `p` behind it. A token cut off by the end of the
-// stream reads as the end of the image, so that no walk ever leaves the stream.
-inline mTokenKind readToken(const unsigned char *&p, const unsigned char *end, mToken &t) {
-    const long left = end - p;
-    if (left < 2)
-        return t.kind = tokenImageEnd;
-    const unsigned c = p[0], v = p[1];
-    if (c) {
-        t.length = c;
-        t.value = v;
-        p += 2;
-        return t.kind = tokenRun;
-    }
-    if (v < 2) {
-        p += 2;
-        return t.kind = v ? tokenImageEnd : tokenRowEnd;
-    }
-    if (v == 2) {
-        if (left < 4)
-            return t.kind = tokenImageEnd;
-        t.length = p[2];
-        t.value = p[3];
-        p += 4;
-        return t.kind = tokenSkip;
-    }
-    if (left < 2 + (long)v)
-        return t.kind = tokenImageEnd;
-    t.length = v;
-    t.pixels = p + 2;
-    // The pad byte of the stream's very last literal may be missing.
-    p += left < 2 + (long)(v + (v & 1)) ? 2 + v : 2 + v + (v & 1);
-    return t.kind = tokenLiteral;
-}
-
-// Passes the tokens up to the end of the present row; false if the image ends first.
-inline bool passRow(const unsigned char *&p, const unsigned char *end) {
-    mToken t;
-    mTokenKind kind;
-    while ((kind = readToken(p, end, t)) < tokenRowEnd) {
-    }
-    return kind == tokenRowEnd;
-}
-
-// ---- Writing decoded pixels into a plain target.
-
-// Moves of any length in eight-byte units, the last unit overlapping the one before, so
-// that a few stores and no byte loop serve every length; nothing outside [0, n) is touched.
-struct mWrite8 {
-    typedef unsigned char Pixel;
-    void run(Pixel *to, long n, unsigned v) const {
-        const uint64_t eight = v * 0x0101010101010101ULL;
-        if (n >= 8) {
-            for (long i = 0; i + 8 < n; i += 8)
-                std::memcpy(to + i, &eight, 8);
-            std::memcpy(to + n - 8, &eight, 8);
-        } else if (n >= 4) {
-            std::memcpy(to, &eight, 4);
-            std::memcpy(to + n - 4, &eight, 4);
-        } else if (n > 0) {
-            to[0] = to[n / 2] = to[n - 1] = (Pixel)v;
-        }
-    }
-    void literal(Pixel *to, const unsigned char *from, long n) const {
-        if (n >= 8) {
-            uint64_t eight;
-            for (long i = 0; i + 8 < n; i += 8) {
-                std::memcpy(&eight, from + i, 8);
-                std::memcpy(to + i, &eight, 8);
-            }
-            std::memcpy(&eight, from + n - 8, 8);
-            std::memcpy(to + n - 8, &eight, 8);
-        } else if (n >= 4) {
-            uint32_t head, tail;
-            std::memcpy(&head, from, 4);
-            std::memcpy(&tail, from + n - 4, 4);
-            std::memcpy(to, &head, 4);
-            std::memcpy(to + n - 4, &tail, 4);
-        } else if (n > 0) {
-            to[0] = from[0];
-            to[n / 2] = from[n / 2];
-            to[n - 1] = from[n - 1];
-        }
-    }
-};
-
-struct mWrite15 {
-    typedef unsigned short Pixel;
-    const unsigned short *table;
-    void run(Pixel *to, long n, unsigned v) const {
-        const uint64_t four = table[v] * 0x0001000100010001ULL;
-        if (n >= 4) {
-            for (long i = 0; i + 4 < n; i += 4)
-                std::memcpy(to + i, &four, 8);
-            std::memcpy(to + n - 4, &four, 8);
-        } else if (n > 0) {
-            to[0] = to[n / 2] = to[n - 1] = (Pixel)four;
-        }
-    }
-    void literal(Pixel *to, const unsigned char *from, long n) const {
-        for (long i = 0; i < n; ++i)
-            to[i] = table[from[i]];
-    }
-};
-
-// Draws one stream row. `left` columns are passed over first (only when Clipped), then at
-// most `room` are drawn; the rest of the row is passed over. False if the image ends.
-template <bool Clipped, class Writer>
-inline bool drawRow(const unsigned char *&p, const unsigned char *end, typename Writer::Pixel *to, long left,
-                    long room, const Writer &write) {
-    mToken t;
-    mTokenKind kind;
-    while ((kind = readToken(p, end, t)) < tokenRowEnd) {
-        long n = t.length;
-        const unsigned char *bytes = t.pixels;
-        if (Clipped && left > 0) {
-            if (n <= left) {
-                left -= n;
-                continue;
-            }
-            if (kind == tokenLiteral)
-                bytes += left;
-            n -= left;
-            left = 0;
-        }
-        if (n > room)
-            n = room;
-        if (kind == tokenRun)
-            write.run(to, n, t.value);
-        else if (kind == tokenLiteral)
-            write.literal(to, bytes, n);
-        to += n;
-        room -= n;
-        if (room == 0)
-            return passRow(p, end);
-    }
-    return kind == tokenRowEnd;
-}
-
-template <class Writer>
-void decode(const mBitMap &source, const mRect &area, typename Writer::Pixel *to, long linePixels,
-            const Writer &write) {
-    const mBHeader &h = *source.getHeader();
-    const unsigned char *p = static_cast<const unsigned char *>(source.getData());
-    const long rows = area.height(), cols = area.width();
-    if (!p || h.dataSize < 2 || rows <= 0 || cols <= 0 || area.left < 0)
-        return;
-    const unsigned char *end = p + h.dataSize;
-    for (long below = h.height - area.bottom; below > 0; --below) {
-        if (!passRow(p, end))
-            return;
-    }
-    // The loop without a left edge is chosen once for the whole copy.
-    if (area.left == 0 && cols >= h.width) {
-        for (long r = 0; r < rows && drawRow<false>(p, end, to, 0, cols, write); ++r)
-            to += linePixels;
-    } else {
-        for (long r = 0; r < rows && drawRow<true>(p, end, to, area.left, cols, write); ++r)
-            to += linePixels;
-    }
-}
 
 void put(unsigned char *&out, unsigned char a, unsigned char b) {
     out[0] = a;
@@ -252,6 +78,7 @@ m8BitRLE::m8BitRLE(const unsigned char *info, long length) {
     const long stream = start < length ? length - start : 0;
     allocData(stream);
     std::memcpy(data, info + start, stream);
+    indexRows();
 }
 
 m8BitRLE::~m8BitRLE() {}
@@ -271,6 +98,7 @@ void m8BitRLE::from8BitRLE(const mBitMap &source) {
     const long size = source.getData() && s.dataSize > 0 ? s.dataSize : 0;
     allocData(size);
     std::memcpy(data, source.getData(), size);
+    indexRows();
 }
 
 void m8BitRLE::from8Bit(const mBitMap &source) {
@@ -298,6 +126,7 @@ void m8BitRLE::from8Bit(const mBitMap &source) {
     const long size = (long)(out - work.get());
     allocData(size);
     std::memcpy(data, work.get(), size);
+    indexRows();
 }
 
 int m8BitRLE::rowToRLE(unsigned char *&out, const unsigned char *row, unsigned char t) {
@@ -359,13 +188,14 @@ int m8BitRLE::rowToRLE(unsigned char *&out, const unsigned char *row, unsigned c
 
 // ---- Reading the stream.
 
-void m8BitRLE::decodeInto(const mBitMap &source, const mRect &area, unsigned char *bottomLeft, long linePixels) {
-    decode(source, area, bottomLeft, linePixels, mWrite8());
-}
+void m8BitRLE::indexRows() { rows.build(data, header->dataSize, header->width, header->height); }
 
-void m8BitRLE::decodeInto(const mBitMap &source, const mRect &area, unsigned short *bottomLeft, long linePixels,
-                          const unsigned short *table) {
-    decode(source, area, bottomLeft, linePixels, mWrite15{table});
+const mRLERows &m8BitRLE::rowsOf(const mBitMap &source, mRLERows &scratch) {
+    if (const m8BitRLE *own = dynamic_cast<const m8BitRLE *>(&source))
+        return own->rows;
+    const mBHeader &h = *source.getHeader();
+    scratch.build(static_cast<const unsigned char *>(source.getData()), h.dataSize, h.width, h.height);
+    return scratch;
 }
 
 bool m8BitRLE::isSolid(mPoint p) {
@@ -378,21 +208,21 @@ bool m8BitRLE::isSolid(mPoint p) {
 bool m8BitRLE::scanSolid(mPoint &p) {
     const unsigned char *q = data, *end = streamEnd();
     long x = 0;
-    mToken t;
+    rle::Token t;
     while (p.y > 0) {
-        switch (readToken(q, end, t)) {
-        case tokenLiteral:
+        switch (rle::readToken(q, end, t)) {
+        case rle::literal:
             x += t.length;
             break;
-        case tokenSkip:
+        case rle::skip:
             x += t.length;
             p.y -= t.value;
             break;
-        case tokenRowEnd:
+        case rle::rowEnd:
             --p.y;
             x = 0;
             break;
-        case tokenImageEnd:
+        case rle::imageEnd:
             return false;
         default:
             break;
@@ -403,14 +233,14 @@ bool m8BitRLE::scanSolid(mPoint &p) {
     for (;;) {
         if (x > p.x)
             return false;
-        switch (readToken(q, end, t)) {
-        case tokenRun:
-        case tokenLiteral:
+        switch (rle::readToken(q, end, t)) {
+        case rle::run:
+        case rle::literal:
             x += t.length;
             if (p.x < x)
                 return true;
             break;
-        case tokenSkip:
+        case rle::skip:
             if (t.value != 0)
                 return false;
             x += t.length;
@@ -424,11 +254,11 @@ bool m8BitRLE::scanSolid(mPoint &p) {
 int m8BitRLE::getUnusedIndex() const {
     std::vector<bool> used(256, false);
     const unsigned char *p = data, *end = streamEnd();
-    mToken t;
-    for (mTokenKind kind; (kind = readToken(p, end, t)) != tokenImageEnd;) {
-        if (kind == tokenRun)
+    rle::Token t;
+    for (rle::Kind kind; (kind = rle::readToken(p, end, t)) != rle::imageEnd;) {
+        if (kind == rle::run)
             used[t.value] = true;
-        else if (kind == tokenLiteral)
+        else if (kind == rle::literal)
             for (long i = 0; i < t.length; ++i)
                 used[t.pixels[i]] = true;
     }
@@ -438,11 +268,11 @@ int m8BitRLE::getUnusedIndex() const {
 mColor *m8BitRLE::getUsedColors(int &count, int threshold) {
     long tally[256] = {};
     const unsigned char *p = data, *end = streamEnd();
-    mToken t;
-    for (mTokenKind kind; (kind = readToken(p, end, t)) != tokenImageEnd;) {
-        if (kind == tokenRun)
+    rle::Token t;
+    for (rle::Kind kind; (kind = rle::readToken(p, end, t)) != rle::imageEnd;) {
+        if (kind == rle::run)
             tally[t.value] += t.length;
-        else if (kind == tokenLiteral)
+        else if (kind == rle::literal)
             for (long i = 0; i < t.length; ++i)
                 ++tally[t.pixels[i]];
     }
@@ -453,14 +283,15 @@ mColor *m8BitRLE::getUsedColors(int &count, int threshold) {
 
 void m8BitRLE::convertIndexVals(unsigned short *table) {
     const unsigned char *p = data, *end = streamEnd();
-    mToken t;
-    for (mTokenKind kind; (kind = readToken(p, end, t)) != tokenImageEnd;) {
-        if (kind == tokenRun)
+    rle::Token t;
+    for (rle::Kind kind; (kind = rle::readToken(p, end, t)) != rle::imageEnd;) {
+        if (kind == rle::run)
             data[p - data - 1] = (unsigned char)table[t.value];
-        else if (kind == tokenLiteral)
+        else if (kind == rle::literal)
             for (unsigned char *v = data + (t.pixels - data), *stop = v + t.length; v < stop; ++v)
                 *v = (unsigned char)table[*v];
     }
+    indexRows();
 }
 
 void m8BitRLE::changePalette(const mPalette &palette, bool firstPixelTransparent) {
@@ -469,24 +300,29 @@ void m8BitRLE::changePalette(const mPalette &palette, bool firstPixelTransparent
     copyPalette(palette, 0, 0, palette.getColorCount());
 }
 
+void m8BitRLE::flip() {
+    mirrorRows();
+    indexRows();
+}
+
 // Each row is rebuilt in the same bytes: its leading skip becomes the skip over what the
 // row leaves uncovered on the right, and the other tokens follow in reverse order.
-void m8BitRLE::flip() {
+void m8BitRLE::mirrorRows() {
     const unsigned char *p = data, *end = streamEnd();
     // No row's tokens can outgrow the stream.
     std::vector<unsigned char> scratch(header->dataSize > 0 ? header->dataSize : 1);
     unsigned char *const scratchEnd = scratch.data() + scratch.size();
-    mToken t;
+    rle::Token t;
     for (;;) {
         const unsigned char *rowStart = p;
-        const mTokenKind first = readToken(p, end, t);
-        if (first == tokenImageEnd)
+        const rle::Kind first = rle::readToken(p, end, t);
+        if (first == rle::imageEnd)
             return;
-        if (first == tokenRowEnd)
+        if (first == rle::rowEnd)
             continue;
-        if (first != tokenSkip) {
+        if (first != rle::skip) {
             // A row without its leading skip has no room for the new one; it stays as it is.
-            if (!passRow(p, end))
+            if (!rle::passRow(p, end))
                 return;
             continue;
         }
@@ -494,15 +330,15 @@ void m8BitRLE::flip() {
         unsigned char *back = scratchEnd;
         for (;;) {
             const unsigned char *tokenStart = p;
-            const mTokenKind kind = readToken(p, end, t);
-            if (kind == tokenImageEnd)
+            const rle::Kind kind = rle::readToken(p, end, t);
+            if (kind == rle::imageEnd)
                 return;
-            if (kind == tokenRowEnd)
+            if (kind == rle::rowEnd)
                 break;
             const long size = (long)(p - tokenStart);
             back -= size;
             std::memcpy(back, tokenStart, size);
-            if (kind == tokenLiteral)
+            if (kind == rle::literal)
                 std::reverse(back + 2, back + 2 + t.length);
             x -= t.length;
         }

@@ -2,6 +2,7 @@
 // compared, and a copy writes only what is visible. A source only; it is never drawn into.
 #pragma once
 #include "mSprite/mBitMap.h"
+#include "mSprite/mRLERows.h"
 
 class VELNOR_API m8BitRLE : public mBitMap {
 public:
@@ -33,15 +34,16 @@ private:
     void from8Bit(const mBitMap &source);
     int rowToRLE(unsigned char *&out, const unsigned char *row, unsigned char transparent);
     void convertIndexVals(unsigned short *table);
+    void mirrorRows();
     bool scanSolid(mPoint &p);
+    // Builds the row index anew from the stream; every change of the stream ends with it.
+    void indexRows();
     // The end of the token stream; the start itself when there is none.
     const unsigned char *streamEnd() const { return data && header->dataSize > 0 ? data + header->dataSize : data; }
 
-    // Draws the part `area` (clipped to the source) of a run-length source into a plain
-    // target: `bottomLeft` is the target pixel of the area's bottom-left corner, and one
-    // line up lies `linePixels` pixels further on. The 15-bit form passes values through
-    // a table of 256 words.
-    static void decodeInto(const mBitMap &source, const mRect &area, unsigned char *bottomLeft, long linePixels);
-    static void decodeInto(const mBitMap &source, const mRect &area, unsigned short *bottomLeft, long linePixels,
-                           const unsigned short *table);
+    // The row index of a run-length source: its own, or for a source of another class one
+    // built into `scratch` for this copy. The copies into plain targets draw through it.
+    static const mRLERows &rowsOf(const mBitMap &source, mRLERows &scratch);
+
+    mRLERows rows;
 };

@@ -37,55 +37,120 @@ void throwFor(Outcome outcome, size_t dstLength) {
         VELNOR_THROW("Compressed data overruns its block", dstLength);
 }
 
-// The output is its own history: ring position p, seen from the write position w,
-// is the byte written ((w - p - 1) mod 4096) + 1 bytes back, or a fill space when
-// fewer bytes than that have been written.
+// Moves the bytes of a reference. The output is its own history: ring position p, seen
+// from output offset o, is the byte written ((4078 + o - p - 1) mod 4096) + 1 bytes back, or
+// a fill space when fewer bytes than that have been written. Writes exactly `len` bytes at
+// dst + o, in the order of the format, so that a reference may read what it writes.
+inline void copyReference(unsigned char *dst, size_t o, size_t position, size_t len) {
+    const size_t dist = ((START + o - position - 1) & RING_MASK) + 1;
+    unsigned char *const out = dst + o;
+    if (dist > o) {
+        for (size_t k = 0; k < len; ++k)
+            out[k] = o + k >= dist ? dst[o + k - dist] : FILL;
+        return;
+    }
+    const unsigned char *const from = out - dist;
+    if (dist >= 8 && len >= 8) {
+        // Each word is read after the bytes it reads were written, the last one overlapping
+        // the one before.
+        uint64_t word;
+        for (size_t k = 0; k + 8 < len; k += 8) {
+            std::memcpy(&word, from + k, 8);
+            std::memcpy(out + k, &word, 8);
+        }
+        std::memcpy(&word, from + len - 8, 8);
+        std::memcpy(out + len - 8, &word, 8);
+    } else if (dist >= len) {
+        // 3 to 7 bytes that do not overlap their source.
+        uint32_t head, tail;
+        if (len >= 4) {
+            std::memcpy(&head, from, 4);
+            std::memcpy(&tail, from + len - 4, 4);
+            std::memcpy(out, &head, 4);
+            std::memcpy(out + len - 4, &tail, 4);
+        } else {
+            out[0] = from[0];
+            out[1] = from[1];
+            out[2] = from[2];
+        }
+    } else if (dist == 1) {
+        // A run of the byte before: words of it, the last one overlapping.
+        const uint64_t run = from[0] * 0x0101010101010101ULL;
+        if (len >= 8) {
+            for (size_t k = 0; k + 8 < len; k += 8)
+                std::memcpy(out + k, &run, 8);
+            std::memcpy(out + len - 8, &run, 8);
+        } else if (len >= 4) {
+            std::memcpy(out, &run, 4);
+            std::memcpy(out + len - 4, &run, 4);
+        } else {
+            out[0] = out[1] = out[2] = from[0];
+        }
+    } else {
+        for (size_t k = 0; k < len; ++k)
+            out[k] = from[k];
+    }
+}
+
+// Decodes a group at a time. Where a whole group's input is there and the block has room
+// for the most it can yield, the group goes without a check, its eight literals at once when
+// it has nothing else; elsewhere each token is checked as it comes.
 Outcome decodeLzss(const unsigned char *src, size_t srcLength, unsigned char *dst, size_t dstLength,
                    size_t &written) {
     const unsigned char *in = src;
     const unsigned char *const inEnd = src + srcLength;
     size_t o = 0;
-    unsigned flags = 0;
     Outcome outcome = decoded;
-    while (in != inEnd) {
-        flags >>= 1;
-        if (!(flags & 0x100))
-            flags = *in++ | 0xFF00u;
-        if (flags & 1) {
-            if (in == inEnd) {
+    while (in != inEnd && outcome == decoded) {
+        unsigned flags = *in++;
+        if ((size_t)(inEnd - in) >= 2 * 8 && dstLength - o >= LONGEST * 8) {
+            if (flags == 0xFF) {
+                std::memcpy(dst + o, in, 8);
+                in += 8;
+                o += 8;
+                continue;
+            }
+            for (int k = 0; k < 8; ++k, flags >>= 1) {
+                if (flags & 1) {
+                    dst[o++] = *in++;
+                    continue;
+                }
+                const unsigned b0 = in[0], b1 = in[1];
+                in += 2;
+                const size_t len = (b1 & 0x0F) + SHORTEST;
+                copyReference(dst, o, b0 | ((b1 & 0xF0) << 4), len);
+                o += len;
+            }
+            continue;
+        }
+        // The stream ends at any token's end but the first: a flag byte needs a token behind it.
+        for (int k = 0; k < 8 && (k == 0 || in != inEnd); ++k, flags >>= 1) {
+            if (flags & 1) {
+                if (in == inEnd) {
+                    outcome = truncated;
+                    break;
+                }
+                if (o == dstLength) {
+                    outcome = overrun;
+                    break;
+                }
+                dst[o++] = *in++;
+                continue;
+            }
+            if (inEnd - in < 2) {
                 outcome = truncated;
                 break;
             }
-            if (o == dstLength) {
+            const unsigned b0 = in[0], b1 = in[1];
+            in += 2;
+            const size_t len = (b1 & 0x0F) + SHORTEST;
+            if (dstLength - o < len) {
                 outcome = overrun;
                 break;
             }
-            dst[o++] = *in++;
-            continue;
+            copyReference(dst, o, b0 | ((b1 & 0xF0) << 4), len);
+            o += len;
         }
-        if (inEnd - in < 2) {
-            outcome = truncated;
-            break;
-        }
-        const unsigned b0 = in[0], b1 = in[1];
-        in += 2;
-        const size_t len = (b1 & 0x0F) + SHORTEST;
-        if (dstLength - o < len) {
-            outcome = overrun;
-            break;
-        }
-        const size_t position = b0 | ((b1 & 0xF0) << 4);
-        const size_t dist = ((START + o - position - 1) & RING_MASK) + 1;
-        unsigned char *out = dst + o;
-        if (dist <= o) {
-            const unsigned char *from = out - dist;
-            for (size_t k = 0; k < len; ++k)
-                out[k] = from[k];
-        } else {
-            for (size_t k = 0; k < len; ++k)
-                out[k] = o + k >= dist ? dst[o + k - dist] : FILL;
-        }
-        o += len;
     }
     written = o;
     return outcome;

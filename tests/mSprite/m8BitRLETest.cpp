@@ -191,6 +191,9 @@ TEST(RunLengthColors, ChangePaletteRewritesValuesAndKeepsSkips) {
     mPalette freshPalette = paletteOf({mColor(0, 250, 0), mColor(250, 0, 0)});
     rle->changePalette(freshPalette, true);
     EXPECT_EQ(cat({noSkip, {3, 1}, {0, 2, 2, 0}, {3, 0}, rowEnd, imageEnd}), blockOf(*rle));
+    Owned<m8Bit> drawn = make8(8, 1, nullptr, [](long, long) { return 9; });
+    drawn->copy(rle.get(), mRect(0, 0, 8, 1), mPoint(0, 0));
+    EXPECT_EQ(Bytes({1, 1, 1, 9, 9, 0, 0, 0}), blockOf(*drawn));
     EXPECT_EQ(0x00FA00UL, rle->getColor(0).getRGB());
     EXPECT_EQ(3, rle->getColors());
 }
@@ -200,16 +203,19 @@ void exercise(long width, long height, const Bytes &stream) {
     mPalette palette = paletteOf(rampColors(256));
     Guarded<m8BitRLE> rle(true, *rleFromStream(width, height, stream));
     const long w = width < 50 ? width : 50, h = height < 50 ? height : 50;
-    for (int atEnd = 0; atEnd < 2; ++atEnd) {
-        Guarded<m8Bit> eight(atEnd, mSize(w + 3, h + 2), (const mPalette *)nullptr);
-        eight.copy(&rle, mRect(0, 0, width, height), mPoint(1, 1));
-        eight.copy(&rle, mRect(2, 1, width - 1, height), mPoint(0, 0));
-        eight.copy(&rle, mRect(-5, -5, width + 5, height + 5), mPoint(-1, -2));
-        Guarded<m15Bit> fifteen(atEnd, mSize(w + 3, h + 2));
-        fifteen.setMapping(&palette, mColor(true));
-        fifteen.copy(&rle, mRect(0, 0, width, height), mPoint(0, 0));
-        fifteen.copy(&rle, mRect(3, 0, width, height), mPoint(2, 1));
-    }
+    auto copies = [&] {
+        for (int atEnd = 0; atEnd < 2; ++atEnd) {
+            Guarded<m8Bit> eight(atEnd, mSize(w + 3, h + 2), (const mPalette *)nullptr);
+            eight.copy(&rle, mRect(0, 0, width, height), mPoint(1, 1));
+            eight.copy(&rle, mRect(2, 1, width - 1, height), mPoint(0, 0));
+            eight.copy(&rle, mRect(-5, -5, width + 5, height + 5), mPoint(-1, -2));
+            Guarded<m15Bit> fifteen(atEnd, mSize(w + 3, h + 2));
+            fifteen.setMapping(&palette, mColor(true));
+            fifteen.copy(&rle, mRect(0, 0, width, height), mPoint(0, 0));
+            fifteen.copy(&rle, mRect(3, 0, width, height), mPoint(2, 1));
+        }
+    };
+    copies();
     for (long y = -1; y <= h; ++y)
         for (long x = -1; x <= w; ++x)
             rle.isSolid(mPoint(x, y));
@@ -218,6 +224,8 @@ void exercise(long width, long height, const Bytes &stream) {
     rle.flip();
     rle.changePalette(palette, false);
     rle.flip();
+    // Now drawn through rows indexed anew from the guarded stream.
+    copies();
     if ((long long)width * height <= 1 << 20) {
         own(new m8Bit(rle, nullptr));
         own(new m15Bit(rle, &palette));
