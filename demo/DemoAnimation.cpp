@@ -46,7 +46,7 @@ asa::Frame place(unsigned short block, unsigned short shadow, int x, int lift) {
 
 DemoAnimation::DemoAnimation(mSpriteContext *context, mPalette &palette, const std::string &dataDir,
                              const mPoint &at)
-    : path(dataDir + "\\demo-hop.asa"), sequence(context, 2, nullptr, 0), started(0), ended(0) {
+    : path(dataDir + "\\demo-hop.asa"), sequence(new mSequence(context, 2, nullptr, 0)), started(0), ended(0) {
     Image panel = paint(palette, width, height, [&](m8BitMemImage &g) {
         mBrush inside(nightInk);
         mPen border(skyInk, 2), line(greyInk, 1);
@@ -121,18 +121,22 @@ DemoAnimation::DemoAnimation(mSpriteContext *context, mPalette &palette, const s
         }
         unsigned long *at;
     };
-    sequence.append(new mAsaAnim(&file, false, false, 0, at));
-    sequence.append(new Mark(&ended));
+    sequence->append(new mAsaAnim(&file, false, false, 0, at));
+    sequence->append(new Mark(&ended));
     started = mTimer::getCurTime();
-    sequence.start("");
+    sequence->start("");
     std::printf("animation: %s, %d frames, %d items, %dx%d, %ld ms a frame, written and loaded from %s\n",
                 file.getTitle().c_str(), file.getFrames(), file.getItems(), (int)file.getBackgroundSize().cx,
                 (int)file.getBackgroundSize().cy, file.getFrameTime(), path.c_str());
 }
 
-void DemoAnimation::describe() {
+DemoAnimation::~DemoAnimation() { delete sequence; }
+
+void DemoAnimation::end() {
     if (ended)
         std::printf("animation: ended after %lu ms, and its script went on\n", ended - started);
     else if (started)
-        std::printf("animation: still playing after %lu ms\n", mTimer::getCurTime() - started);
+        std::printf("animation: still playing after %lu ms, ended with the run\n", mTimer::getCurTime() - started);
+    delete sequence;
+    sequence = nullptr;
 }

@@ -11,13 +11,18 @@ public:
     // Writes the file into `dataDir` from images in the inks of `palette`, and starts the
     // script that plays it with its top left at `at`.
     DemoAnimation(mSpriteContext *context, mPalette &palette, const std::string &dataDir, const mPoint &at);
-    void describe();
+    ~DemoAnimation();
+    DemoAnimation(const DemoAnimation &) = delete;
+    DemoAnimation &operator=(const DemoAnimation &) = delete;
+    // Tells how far the animation got and ends its script: the script and its sprites must go
+    // before the context that holds them.
+    void end();
 
 private:
     std::string path;
     // The file outlives the script, which holds pointers into it.
     mAsaFile file;
-    mSequence sequence;
+    mSequence *sequence;
     unsigned long started;
     unsigned long ended;
 };

@@ -281,7 +281,7 @@ int main(int argc, char **argv) {
     DemoAnimation animation(frame->getContext(), inks, outDir, mPoint(440, 330));
     DemoScript script(frame->getContext(), frame->getPaths(), outDir, [&] {
         script.describe();
-        animation.describe();
+        animation.end();
         ending.end();
     });
     int rc = app.start();
