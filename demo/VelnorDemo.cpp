@@ -1,8 +1,9 @@
 // The demo title: a main frame showing a sprite context, where an arrow sprite stands plain,
 // rotated, scaled and sheared while balls of several priorities cross over and under it,
-// moved by a script on the idle rounds; a tune that plays meanwhile; an idle listener that
-// counts the rounds of the run loop, and the script's end, which saves a screenshot of the
-// window and ends the run.
+// moved by a script on the idle rounds; a frame animation played as a script step; a tune that
+// plays meanwhile; an idle listener that counts the rounds of the run loop, and the script's
+// end, which saves a screenshot of the window and ends the run.
+#include "DemoAnimation.h"
 #include "DemoScript.h"
 #include "DemoSound.h"
 
@@ -278,9 +279,12 @@ int main(int argc, char **argv) {
     frame->describe();
     DemoSound sound;
     Ending ending(&app, frame, outDir + "\\demo-screenshot.bmp");
+    mPalette inks = makePalette();
+    DemoAnimation animation(frame->getContext(), inks, outDir, mPoint(440, 330));
     // The script starts now that the window shows, so the screenshot finds the balls crossing.
     DemoScript script(frame->getContext(), frame->getPaths(), outDir, [&] {
         script.describe();
+        animation.end();
         ending.end();
     });
     int rc = app.start();
