@@ -756,8 +756,12 @@ void mWindow::mOnEnterIdle(int, void *) {
         return;
     MSG msg;
     for (unsigned long counter = 0;; ++counter) {
-        if (PeekMessageA(&msg, nullptr, 0, 0, PM_NOREMOVE))
+        if (PeekMessageA(&msg, nullptr, 0, 0, PM_NOREMOVE)) {
+            // Looking at the queue marks its input as seen, and a modal loop that waits for new
+            // input would sleep on it; a message of our own wakes it.
+            PostMessageA(hwnd(peer), WM_NULL, 0, 0);
             return;
+        }
         if (app->processIdle(counter))
             return;
         Sleep(0);
