@@ -8,6 +8,7 @@
 
 class mBrush;
 class mColor;
+class mControl;
 class mGraphics;
 class mModule;
 class mPalette;
@@ -105,6 +106,10 @@ public:
     static mWindow *getFocus();
     static void killFocus();
     SYSTEM_INFO_STRUCT *getControlPeer(int id);
+    mControl *getControl(int id);
+    // Keeps the window's own bar of that orientation; one that replaces a bar without a peer
+    // of its own deletes it.
+    void setScroller(mScrollBar *bar);
 
     mSize getSize();
     mPoint convertToScreen(const mPoint &point);
