@@ -1,6 +1,7 @@
 // The demo title: a main frame showing a picture composed in a memory image (a sprite drawn
 // plain, rotated and scaled), an idle listener that counts the rounds of the run loop, and a
 // timer that saves a screenshot of the window and ends the run.
+#include "DemoSettings.h"
 #include <Velnor11.h>
 
 #include <cstdio>
@@ -201,6 +202,7 @@ int main(int argc, char **argv) {
                 frame->getPosition().x, frame->getPosition().y, frame->getClientBounds().width(),
                 frame->getClientBounds().height());
     frame->describe();
+    startDemoSettings(frame, outDir);
     Ending ending(&app, frame, outDir + "\\demo-screenshot.bmp");
     mTimer timer(500, &ending, 0, false);
     int rc = app.start();

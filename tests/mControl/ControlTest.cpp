@@ -288,17 +288,20 @@ int children(HWND w) {
 
 TEST_F(ControlTest, NoControlOutlivesItsPeerOrGoesTwice) {
     const mRect r(0, 0, 80, 40);
-    for (int i = 0; i < 1000; ++i) {
-        mControl *made[] = {
-            new Counted<mButton>(parent, r, mButton::CHECK_BOX, 1, mString("b"), true, true),
-            new Counted<mStatic>(parent, r, mStatic::LEFT_TEXT, 2, mString("s"), true, 4),
-            new Counted<mListBox>(parent, r, 3, true, false, true, true, true, mListBox::SEL_EXTENDED,
-                                  mListBox::DRAW_PLAIN, false, false),
-            new Counted<mComboBox>(parent, r, 4, mString("c"), true, true, true, true, true, mComboBox::DROP_DOWN,
-                                   mListBox::DRAW_PLAIN, false, false),
-            new Counted<mEdit>(parent, r, 5, true, mString("e"), true, true, true, true, true, true, true, true, false,
-                               mEdit::ALIGN_RIGHT, mEdit::CASE_LOWER, false),
-            new Counted<mScrollBar>(parent, r, false, 6, true, true, true)};
+    // A thousand of each kind, destroyed a hundred rounds at a time.
+    for (int round = 0; round < 10; ++round) {
+        std::vector<mControl *> made;
+        for (int i = 0; i < 100; ++i) {
+            made.push_back(new Counted<mButton>(parent, r, mButton::CHECK_BOX, 1, mString("b"), true, true));
+            made.push_back(new Counted<mStatic>(parent, r, mStatic::LEFT_TEXT, 2, mString("s"), true, 4));
+            made.push_back(new Counted<mListBox>(parent, r, 3, true, false, true, true, true, mListBox::SEL_EXTENDED,
+                                                 mListBox::DRAW_PLAIN, false, false));
+            made.push_back(new Counted<mComboBox>(parent, r, 4, mString("c"), true, true, true, true, true,
+                                                  mComboBox::DROP_DOWN, mListBox::DRAW_PLAIN, false, false));
+            made.push_back(new Counted<mEdit>(parent, r, 5, true, mString("e"), true, true, true, true, true, true,
+                                              true, true, false, mEdit::ALIGN_RIGHT, mEdit::CASE_LOWER, false));
+            made.push_back(new Counted<mScrollBar>(parent, r, false, 6, true, true, true));
+        }
         for (mControl *c : made)
             c->destroy();
         settle();
