@@ -274,19 +274,25 @@ void mControl::allKeyProcessing(bool on) {
 
 // ---- Owner drawing, on behalf of the parent.
 
+namespace {
+// Draw, measure and delete records all begin with the control's kind and id.
+mControl *recordControl(mWindow *owner, const void *record) {
+    return mControl::findControl(owner, (int)static_cast<const UINT *>(record)[1]);
+}
+MEASUREITEMSTRUCT *measureRecord(const void *record) {
+    return const_cast<MEASUREITEMSTRUCT *>(static_cast<const MEASUREITEMSTRUCT *>(record));
+}
+} // namespace
+
 bool mControl::oDraw(mWindow *owner, const void *record, bool draw) {
+    mControl *control = recordControl(owner, record);
+    if (!control)
+        return false;
     if (!draw) {
-        auto *m = const_cast<MEASUREITEMSTRUCT *>(static_cast<const MEASUREITEMSTRUCT *>(record));
-        mControl *control = findControl(owner, (int)m->CtlID);
-        if (!control)
-            return false;
-        m->itemHeight = (UINT)control->onMeasure();
+        measureRecord(record)->itemHeight = (UINT)control->onMeasure();
         return true;
     }
     const DRAWITEMSTRUCT *d = static_cast<const DRAWITEMSTRUCT *>(record);
-    mControl *control = findControl(owner, (int)d->CtlID);
-    if (!control)
-        return false;
     mGraphics surface(reinterpret_cast<SYSTEM_INFO_STRUCT *>(d->hDC), nullptr, true);
     mApp *app = mApp::getCurrentApp();
     if (control->hasPalette() && app && app->getActivation())
@@ -297,38 +303,24 @@ bool mControl::oDraw(mWindow *owner, const void *record, bool draw) {
 }
 
 bool mControl::oDrawItem(mWindow *owner, const void *record, bool draw, bool deleting) {
+    mControl *control = recordControl(owner, record);
+    if (!control)
+        return false;
     if (deleting) {
         const DELETEITEMSTRUCT *d = static_cast<const DELETEITEMSTRUCT *>(record);
-        if (mControl *control = findControl(owner, (int)d->CtlID))
-            control->onItemDelete((short)d->itemID, (unsigned long)d->itemData);
+        control->onItemDelete((short)d->itemID, (unsigned long)d->itemData);
         return false;
     }
     if (!draw) {
-        auto *m = const_cast<MEASUREITEMSTRUCT *>(static_cast<const MEASUREITEMSTRUCT *>(record));
-        mControl *control = findControl(owner, (int)m->CtlID);
-        if (!control)
-            return false;
+        MEASUREITEMSTRUCT *m = measureRecord(record);
         m->itemHeight = (UINT)control->onItemMeasure((short)m->itemID, (unsigned long)m->itemData);
         return true;
     }
     const DRAWITEMSTRUCT *d = static_cast<const DRAWITEMSTRUCT *>(record);
-    mControl *control = findControl(owner, (int)d->CtlID);
-    if (!control)
-        return false;
     mGraphics surface(reinterpret_cast<SYSTEM_INFO_STRUCT *>(d->hDC), nullptr, true);
     control->onItemDraw(&surface, rectOf(d->rcItem), (d->itemAction & ODA_DRAWENTIRE) != 0,
                         convertDrawState((int)d->itemState), (short)d->itemID, (unsigned long)d->itemData);
     return true;
-}
-
-mString mControl::itemText(unsigned int lengthMessage, unsigned int textMessage, short index) {
-    int length = (int)send(lengthMessage, (mWParam)index, 0);
-    if (length <= 0)
-        return mString();
-    mString text(length, ' ');
-    int read = (int)send(textMessage, (mWParam)index, reinterpret_cast<mLParam>(&text[0]));
-    text.erase(read < 0 ? 0 : read, -1);
-    return text;
 }
 
 // ---- Buttons.
@@ -427,6 +419,63 @@ bool mStatic::convertStatic(int &code, SYSTEM_INFO_STRUCT *p) {
     return convertCode(code, p, "static", table);
 }
 
+// ---- Lists of items.
+
+namespace {
+const mItemControl::Messages listMessages = {LB_ADDSTRING,   LB_INSERTSTRING, LB_DELETESTRING, LB_RESETCONTENT,
+                                             LB_GETCOUNT,    LB_GETTEXTLEN,   LB_GETTEXT,      LB_GETITEMDATA,
+                                             LB_SETITEMDATA, LB_GETCURSEL,    LB_SETCURSEL,    LB_SETITEMHEIGHT,
+                                             LB_FINDSTRING,  LB_FINDSTRINGEXACT};
+const mItemControl::Messages comboMessages = {CB_ADDSTRING,   CB_INSERTSTRING, CB_DELETESTRING, CB_RESETCONTENT,
+                                              CB_GETCOUNT,    CB_GETLBTEXTLEN, CB_GETLBTEXT,    CB_GETITEMDATA,
+                                              CB_SETITEMDATA, CB_GETCURSEL,    CB_SETCURSEL,    CB_SETITEMHEIGHT,
+                                              CB_FINDSTRING,  CB_FINDSTRINGEXACT};
+} // namespace
+
+int mItemControl::add(const mString &text) {
+    return (int)send(messages->add, 0, reinterpret_cast<mLParam>(text.c_str()));
+}
+int mItemControl::add(unsigned long data) { return (int)send(messages->add, 0, (mLParam)data); }
+int mItemControl::add(const mString &text, short index) {
+    return (int)send(messages->insert, (mWParam)index, reinterpret_cast<mLParam>(text.c_str()));
+}
+int mItemControl::add(unsigned long data, short index) {
+    return (int)send(messages->insert, (mWParam)index, (mLParam)data);
+}
+int mItemControl::remove(short index) { return (int)send(messages->remove, (mWParam)index, 0); }
+void mItemControl::clear() { send(messages->clear, 0, 0); }
+int mItemControl::getCount() { return (int)send(messages->count, 0, 0); }
+
+mString mItemControl::getText(short index) {
+    int length = (int)send(messages->textLength, (mWParam)index, 0);
+    if (length <= 0)
+        return mString();
+    mString text(length, ' ');
+    int read = (int)send(messages->text, (mWParam)index, reinterpret_cast<mLParam>(&text[0]));
+    text.erase(read < 0 ? 0 : read, -1);
+    return text;
+}
+
+unsigned long mItemControl::getItem(short index) { return (unsigned long)send(messages->getData, (mWParam)index, 0); }
+void mItemControl::setItem(short index, unsigned long data) { send(messages->setData, (mWParam)index, (mLParam)data); }
+int mItemControl::getSelected() { return (int)send(messages->getSelected, 0, 0); }
+void mItemControl::select(short index) { send(messages->select, (mWParam)index, 0); }
+void mItemControl::setItemHeight(short index, int height) { send(messages->itemHeight, (mWParam)index, height); }
+
+void mItemControl::recalcItemHeight(short index) {
+    setItemHeight(index, onItemMeasure(index, index < 0 ? 0 : getItem(index)));
+}
+
+int mItemControl::findString(const mString &text, short start, bool exact) {
+    return (int)send(exact ? messages->findExact : messages->find, (mWParam)start,
+                     reinterpret_cast<mLParam>(text.c_str()));
+}
+
+// Without text, a find compares the items' data.
+int mItemControl::findData(unsigned long data, short start) {
+    return (int)send(messages->find, (mWParam)start, (mLParam)data);
+}
+
 // ---- List boxes.
 
 namespace {
@@ -435,14 +484,14 @@ unsigned long scrollAndBorder(bool hScroll, bool vScroll, bool border) {
 }
 } // namespace
 
-mListBox::mListBox(mWindow *owner, int controlId) : mControl(owner, controlId, "listbox") {
+mListBox::mListBox(mWindow *owner, int controlId) : mItemControl(owner, controlId, "listbox", listMessages) {
     multi = (GetWindowLongA(hwnd(peer), GWL_STYLE) & (LBS_MULTIPLESEL | LBS_EXTENDEDSEL)) != 0;
 }
 
 mListBox::mListBox(mWindow *owner, const mRect &bounds, int controlId, bool visible, bool sorted, bool hScroll,
                    bool vScroll, bool border, SELMODE selection, DRAWMODE drawing, bool hasStrings,
                    bool integralHeight)
-    : multi(selection == SEL_MULTIPLE || selection == SEL_EXTENDED) {
+    : mItemControl(listMessages), multi(selection == SEL_MULTIPLE || selection == SEL_EXTENDED) {
     static const unsigned long selections[] = {0, LBS_MULTIPLESEL, LBS_EXTENDEDSEL, LBS_NOSEL};
     unsigned long s = LBS_NOTIFY | scrollAndBorder(hScroll, vScroll, border) | selections[selection & 3];
     if (visible)
@@ -456,20 +505,14 @@ mListBox::mListBox(mWindow *owner, const mRect &bounds, int controlId, bool visi
     createControl(owner, "listbox", bounds, s, 0, controlId, mString());
 }
 
-int mListBox::add(const mString &text) { return (int)send(LB_ADDSTRING, 0, reinterpret_cast<mLParam>(text.c_str())); }
-int mListBox::add(unsigned long data) { return (int)send(LB_ADDSTRING, 0, (mLParam)data); }
-int mListBox::add(const mString &text, short index) {
-    return (int)send(LB_INSERTSTRING, (mWParam)index, reinterpret_cast<mLParam>(text.c_str()));
+int mListBox::getSelected() { return multi ? (int)send(LB_GETCARETINDEX, 0, 0) : mItemControl::getSelected(); }
+
+void mListBox::select(short index) {
+    if (multi)
+        send(LB_SETCARETINDEX, (mWParam)index, 0);
+    else
+        mItemControl::select(index);
 }
-int mListBox::add(unsigned long data, short index) { return (int)send(LB_INSERTSTRING, (mWParam)index, (mLParam)data); }
-int mListBox::remove(short index) { return (int)send(LB_DELETESTRING, (mWParam)index, 0); }
-void mListBox::clear() { send(LB_RESETCONTENT, 0, 0); }
-int mListBox::getCount() { return (int)send(LB_GETCOUNT, 0, 0); }
-mString mListBox::getText(short index) { return itemText(LB_GETTEXTLEN, LB_GETTEXT, index); }
-unsigned long mListBox::getItem(short index) { return (unsigned long)send(LB_GETITEMDATA, (mWParam)index, 0); }
-void mListBox::setItem(short index, unsigned long data) { send(LB_SETITEMDATA, (mWParam)index, (mLParam)data); }
-int mListBox::getSelected() { return (int)send(multi ? LB_GETCARETINDEX : LB_GETCURSEL, 0, 0); }
-void mListBox::select(short index) { send(multi ? LB_SETCARETINDEX : LB_SETCURSEL, (mWParam)index, 0); }
 
 bool mListBox::isSelected(short index) {
     if (multi)
@@ -482,18 +525,6 @@ void mListBox::select(short first, short last, bool on) {
         send(LB_SELITEMRANGE, on, MAKELPARAM((WORD)first, (WORD)last));
 }
 
-void mListBox::setItemHeight(short index, int height) { send(LB_SETITEMHEIGHT, (mWParam)index, height); }
-
-void mListBox::recalcItemHeight(short index) {
-    setItemHeight(index, onItemMeasure(index, index < 0 ? 0 : getItem(index)));
-}
-
-int mListBox::findString(const mString &text, short start, bool exact) {
-    return (int)send(exact ? LB_FINDSTRINGEXACT : LB_FINDSTRING, (mWParam)start,
-                     reinterpret_cast<mLParam>(text.c_str()));
-}
-
-int mListBox::findData(unsigned long data, short start) { return (int)send(LB_FINDSTRING, (mWParam)start, (mLParam)data); }
 void mListBox::makeVisible(short index) { send(LB_SETTOPINDEX, (mWParam)index, 0); }
 
 mRect mListBox::getItemBounds(short index) {
@@ -515,11 +546,12 @@ bool mListBox::convertListBox(int &code, SYSTEM_INFO_STRUCT *p) {
 
 // ---- Combo boxes.
 
-mComboBox::mComboBox(mWindow *owner, int controlId) : mControl(owner, controlId, "combobox") {}
+mComboBox::mComboBox(mWindow *owner, int controlId) : mItemControl(owner, controlId, "combobox", comboMessages) {}
 
 mComboBox::mComboBox(mWindow *owner, const mRect &bounds, int controlId, const mString &text, bool visible,
                      bool sorted, bool autoScroll, bool vScroll, bool border, DROPMODE drop, mListBox::DRAWMODE,
-                     bool, bool integralHeight) {
+                     bool, bool integralHeight)
+    : mItemControl(comboMessages) {
     static const unsigned long drops[] = {CBS_SIMPLE, CBS_DROPDOWN, CBS_DROPDOWNLIST};
     unsigned long s = scrollAndBorder(false, vScroll, border) | drops[drop % 3];
     if (visible)
@@ -533,33 +565,6 @@ mComboBox::mComboBox(mWindow *owner, const mRect &bounds, int controlId, const m
     createControl(owner, "combobox", bounds, s, 0, controlId, text);
 }
 
-mString mComboBox::getText() { return mControl::getText(); }
-int mComboBox::add(const mString &text) { return (int)send(CB_ADDSTRING, 0, reinterpret_cast<mLParam>(text.c_str())); }
-int mComboBox::add(unsigned long data) { return (int)send(CB_ADDSTRING, 0, (mLParam)data); }
-int mComboBox::add(const mString &text, short index) {
-    return (int)send(CB_INSERTSTRING, (mWParam)index, reinterpret_cast<mLParam>(text.c_str()));
-}
-int mComboBox::add(unsigned long data, short index) { return (int)send(CB_INSERTSTRING, (mWParam)index, (mLParam)data); }
-int mComboBox::remove(short index) { return (int)send(CB_DELETESTRING, (mWParam)index, 0); }
-void mComboBox::clear() { send(CB_RESETCONTENT, 0, 0); }
-int mComboBox::getCount() { return (int)send(CB_GETCOUNT, 0, 0); }
-mString mComboBox::getText(short index) { return itemText(CB_GETLBTEXTLEN, CB_GETLBTEXT, index); }
-unsigned long mComboBox::getItem(short index) { return (unsigned long)send(CB_GETITEMDATA, (mWParam)index, 0); }
-void mComboBox::setItem(short index, unsigned long data) { send(CB_SETITEMDATA, (mWParam)index, (mLParam)data); }
-int mComboBox::getSelected() { return (int)send(CB_GETCURSEL, 0, 0); }
-void mComboBox::select(short index) { send(CB_SETCURSEL, (mWParam)index, 0); }
-void mComboBox::setItemHeight(short index, int height) { send(CB_SETITEMHEIGHT, (mWParam)index, height); }
-
-void mComboBox::recalcItemHeight(short index) {
-    setItemHeight(index, onItemMeasure(index, index < 0 ? 0 : getItem(index)));
-}
-
-int mComboBox::findString(const mString &text, short start, bool exact) {
-    return (int)send(exact ? CB_FINDSTRINGEXACT : CB_FINDSTRING, (mWParam)start,
-                     reinterpret_cast<mLParam>(text.c_str()));
-}
-
-int mComboBox::findData(unsigned long data, short start) { return (int)send(CB_FINDSTRING, (mWParam)start, (mLParam)data); }
 void mComboBox::setTextLimit(int limit) { send(CB_LIMITTEXT, (mWParam)limit, 0); }
 
 void mComboBox::getEditSelection(int &start, int &end) {
@@ -703,35 +708,19 @@ void mScrollBar::writeInfo(unsigned int mask, int minimum, int maximum, int page
     SetScrollInfo(hwnd(barOwner), barKind, &info, redraw);
 }
 
-int mScrollBar::getMin() {
+int mScrollBar::readField(int field) {
+    static const unsigned int masks[] = {SIF_RANGE, SIF_RANGE, SIF_PAGE, SIF_POS, SIF_TRACKPOS};
     SCROLLINFO info;
-    readInfo(SIF_RANGE, &info);
-    return info.nMin;
+    readInfo(masks[field], &info);
+    const int values[] = {info.nMin, info.nMax, (int)info.nPage, info.nPos, info.nTrackPos};
+    return values[field];
 }
 
-int mScrollBar::getMax() {
-    SCROLLINFO info;
-    readInfo(SIF_RANGE, &info);
-    return info.nMax;
-}
-
-int mScrollBar::getPage() {
-    SCROLLINFO info;
-    readInfo(SIF_PAGE, &info);
-    return (int)info.nPage;
-}
-
-int mScrollBar::getScrollPos() {
-    SCROLLINFO info;
-    readInfo(SIF_POS, &info);
-    return info.nPos;
-}
-
-int mScrollBar::getTrackPosition() {
-    SCROLLINFO info;
-    readInfo(SIF_TRACKPOS, &info);
-    return info.nTrackPos;
-}
+int mScrollBar::getMin() { return readField(FIELD_MIN); }
+int mScrollBar::getMax() { return readField(FIELD_MAX); }
+int mScrollBar::getPage() { return readField(FIELD_PAGE); }
+int mScrollBar::getScrollPos() { return readField(FIELD_POS); }
+int mScrollBar::getTrackPosition() { return readField(FIELD_TRACK); }
 
 void mScrollBar::setMinMax(int minimum, int maximum, bool redraw) { writeInfo(SIF_RANGE, minimum, maximum, 0, 0, redraw); }
 void mScrollBar::setPage(int page, bool redraw) { writeInfo(SIF_PAGE, 0, 0, page, 0, redraw); }

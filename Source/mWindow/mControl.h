@@ -70,8 +70,6 @@ protected:
     }
     static bool translate(int &code, const CodePair *table, int count);
     mLResult send(unsigned int message, mWParam wParam, mLParam lParam);
-    // The text of a list item by the family's two messages; the empty text for a bad index.
-    mString itemText(unsigned int lengthMessage, unsigned int textMessage, short index);
 
 private:
     static bool convert(int &code, SYSTEM_INFO_STRUCT *peer, const char *className, const CodePair *table, int count);
@@ -128,16 +126,16 @@ public:
     static bool convertStatic(int &code, SYSTEM_INFO_STRUCT *peer);
 };
 
-class VELNOR_API mListBox : public mControl {
+// What list boxes and combo boxes share: a list of items with text or data, one selected.
+// The two speak the same language in different message numbers.
+class VELNOR_API mItemControl : public mControl {
 public:
-    enum SELMODE { SEL_SINGLE = 0, SEL_MULTIPLE = 1, SEL_EXTENDED = 2, SEL_NONE = 3 };
-    enum DRAWMODE { DRAW_PLAIN = 0, DRAW_OWNER = 1 };
+    // The message numbers of one family.
+    struct Messages {
+        unsigned int add, insert, remove, clear, count, textLength, text, getData, setData, getSelected, select,
+            itemHeight, find, findExact;
+    };
 
-    mListBox(mWindow *parent, int id);
-    mListBox(mWindow *parent, const mRect &bounds, int id, bool visible, bool sorted, bool hScroll, bool vScroll,
-             bool border, SELMODE selection, DRAWMODE drawing, bool hasStrings, bool integralHeight);
-
-    bool isMulti() const { return multi; }
     int add(const mString &text);
     int add(unsigned long data);
     int add(const mString &text, short index);
@@ -150,15 +148,39 @@ public:
     mString getText(short index);
     unsigned long getItem(short index);
     void setItem(short index, unsigned long data);
-    int getSelected();
-    void select(short index);
-    bool isSelected(short index);
-    // Only a list with several selections takes a range.
-    void select(short first, short last, bool on);
+    virtual int getSelected();
+    virtual void select(short index);
     void setItemHeight(short index, int height);
+    // The height that onItemMeasure gives for the item and its data.
     void recalcItemHeight(short index);
     int findString(const mString &text, short start, bool exact);
     int findData(unsigned long data, short start);
+
+protected:
+    explicit mItemControl(const Messages &messages) : messages(&messages) {}
+    mItemControl(mWindow *owner, int id, const char *className, const Messages &messages)
+        : mControl(owner, id, className), messages(&messages) {}
+
+private:
+    const Messages *messages;
+};
+
+class VELNOR_API mListBox : public mItemControl {
+public:
+    enum SELMODE { SEL_SINGLE = 0, SEL_MULTIPLE = 1, SEL_EXTENDED = 2, SEL_NONE = 3 };
+    enum DRAWMODE { DRAW_PLAIN = 0, DRAW_OWNER = 1 };
+
+    mListBox(mWindow *parent, int id);
+    mListBox(mWindow *parent, const mRect &bounds, int id, bool visible, bool sorted, bool hScroll, bool vScroll,
+             bool border, SELMODE selection, DRAWMODE drawing, bool hasStrings, bool integralHeight);
+
+    bool isMulti() const { return multi; }
+    // A list of several selections answers with, and moves, its caret.
+    int getSelected() override;
+    void select(short index) override;
+    bool isSelected(short index);
+    // Only a list with several selections takes a range.
+    void select(short first, short last, bool on);
     void makeVisible(short index);
     // A zero rectangle for a bad index.
     mRect getItemBounds(short index);
@@ -172,7 +194,7 @@ private:
     bool multi;
 };
 
-class VELNOR_API mComboBox : public mControl {
+class VELNOR_API mComboBox : public mItemControl {
 public:
     enum DROPMODE { DROP_SIMPLE = 0, DROP_DOWN = 1, DROP_LIST = 2 };
 
@@ -181,24 +203,6 @@ public:
               bool autoScroll, bool vScroll, bool border, DROPMODE drop, mListBox::DRAWMODE drawing, bool hasStrings,
               bool integralHeight);
 
-    // The text of the control itself: of its edit field, or of the chosen item of a drop list.
-    mString getText() override;
-    int add(const mString &text);
-    int add(unsigned long data);
-    int add(const mString &text, short index);
-    int add(unsigned long data, short index);
-    int remove(short index);
-    void clear();
-    int getCount();
-    mString getText(short index);
-    unsigned long getItem(short index);
-    void setItem(short index, unsigned long data);
-    int getSelected();
-    void select(short index);
-    void setItemHeight(short index, int height);
-    void recalcItemHeight(short index);
-    int findString(const mString &text, short start, bool exact);
-    int findData(unsigned long data, short start);
     void setTextLimit(int limit);
     void getEditSelection(int &start, int &end);
     void setEditSelection(int start, int end);
@@ -268,6 +272,8 @@ public:
 
 private:
     enum { SB_CONTROL_KIND = 2 };
+    enum { FIELD_MIN, FIELD_MAX, FIELD_PAGE, FIELD_POS, FIELD_TRACK };
+    int readField(int field);
     // Reads the fields of `mask` into the record behind `info`.
     void readInfo(unsigned int mask, void *info);
     void writeInfo(unsigned int mask, int minimum, int maximum, int page, int position, bool redraw);
