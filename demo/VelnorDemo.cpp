@@ -2,6 +2,7 @@
 // plain, rotated and scaled), an idle listener that counts the rounds of the run loop, and a
 // timer that saves a screenshot of the window and ends the run.
 #include "DemoMenu.h"
+#include "DemoSettings.h"
 
 #include <Velnor11.h>
 
@@ -198,6 +199,7 @@ int main(int argc, char **argv) {
     mModule module(reinterpret_cast<SYSTEM_INFO_STRUCT *>(GetModuleHandleA(nullptr)));
     DemoFrame *frame = new DemoFrame(&app, &module);
     addDemoMenu(frame);
+    setDemoSettingsHandler([](mMainFrame *owner) { openDemoSettings(owner); });
     IdleCounter idle;
     app.registerIdle(&idle);
     frame->compose();
@@ -206,6 +208,7 @@ int main(int argc, char **argv) {
                 frame->getPosition().x, frame->getPosition().y, frame->getClientBounds().width(),
                 frame->getClientBounds().height());
     frame->describe();
+    startDemoSettings(frame, outDir);
     Ending ending(&app, frame, outDir + "\\demo-screenshot.bmp");
     mTimer timer(500, &ending, 0, false);
     int rc = app.start();

@@ -1,6 +1,7 @@
 #include "mWindow/mWindow.h"
 #include "mUtil/mApp.h"
 #include "mUtil/mModule.h"
+#include "mWindow/mControl.h"
 #include "mWindow/mDialog.h"
 #include "mWindow/mFrame.h"
 #include "mWindow/mMenu.h"
@@ -97,6 +98,10 @@ mWindow::~mWindow() {
     }
     mApp::free(paintInfo);
     setPalette(nullptr);
+    // The own bars without a peer are the window's; bars with one are children and go with it.
+    for (mScrollBar *bar : {hScroll, vScroll})
+        if (bar && !bar->getPeer())
+            delete bar;
 }
 
 void mWindow::registerClass(const mString &name, SYSTEM_INFO_STRUCT *instance) {
@@ -169,7 +174,9 @@ mWindow *mWindow::findWindow(SYSTEM_INFO_STRUCT *p) {
     getClassName(p, name, sizeof name);
     if (baseClassName == name)
         return reinterpret_cast<mWindow *>(GetWindowLongPtrA(hwnd(p), 0));
-    return mDialog::findDWindow(p, name);
+    if (mDialog *dialog = mDialog::findDWindow(p, name))
+        return dialog;
+    return mControl::findCWindow(p);
 }
 
 mWindow *mWindow::getNextWindow() { return findWindow(handle(GetWindow(hwnd(peer), GW_HWNDNEXT))); }
@@ -189,6 +196,8 @@ SYSTEM_INFO_STRUCT *mWindow::getControlPeer(int id) {
             return handle(child);
     return nullptr;
 }
+
+mControl *mWindow::getControl(int id) { return mControl::findControl(this, id); }
 
 mWindow *mWindow::getMain() {
     mWindow *w = this;
@@ -409,6 +418,12 @@ int mWindow::sendUserMessage(int id, int wParam, long lParam) {
     int result = (int)SendMessageA(hwnd(peer), USER_MESSAGE_BASE + id, (WPARAM)wParam, (LPARAM)lParam);
     mApp::rethrowParked();
     return result;
+}
+
+void mWindow::sendCommand(unsigned short id, unsigned short code, mControl *control) {
+    HWND from = control ? hwnd(control->getPeer()) : nullptr;
+    SendMessageA(hwnd(peer), WM_COMMAND, MAKEWPARAM(id, code), reinterpret_cast<LPARAM>(from));
+    mApp::rethrowParked();
 }
 
 void mWindow::destroy() {
@@ -662,9 +677,24 @@ mLResult mWindow::mOnColorControl(bool &handled, void *dc, void *control, int ki
     return SendMessageA(static_cast<HWND>(control), REFLECT_COLOR, reinterpret_cast<WPARAM>(dc), kind);
 }
 
-void mWindow::mOnDeleteItem(bool &handled, const void *) {}
+void mWindow::mOnDeleteItem(bool &, const void *record) {
+    int kind = (int)static_cast<const DELETEITEMSTRUCT *>(record)->CtlType;
+    if (kind == ODT_LISTBOX || kind == ODT_COMBOBOX)
+        mControl::oDrawItem(this, record, false, true);
+}
 
-void mWindow::mOnCommand(bool &handled, int id, void *, int code) { handled = onCommand(id, code); }
+// A control's notification comes in the family's own numbering; a family may keep it to itself.
+void mWindow::mOnCommand(bool &handled, int id, void *control, int code) {
+    typedef bool (*Conversion)(int &, SYSTEM_INFO_STRUCT *);
+    static const Conversion families[] = {mButton::convertButton, mStatic::convertStatic, mListBox::convertListBox,
+                                          mComboBox::convertComboBox, mEdit::convertEdit};
+    code = (short)code;
+    SYSTEM_INFO_STRUCT *peer = static_cast<SYSTEM_INFO_STRUCT *>(control);
+    for (Conversion convert : families)
+        if (convert(code, peer))
+            return;
+    handled = onCommand(id, code);
+}
 
 void mWindow::mOnSysCommand(bool &handled, int command, int, int) {
     int id;
@@ -685,12 +715,28 @@ void mWindow::mOnSysCommand(bool &handled, int command, int, int) {
     handled = onCommand(id, 1);
 }
 
+// The bar that scrolled moves its thumb first; the window's own bars come with no control.
+static bool scrollFirst(mScrollBar *&bar, int &code, void *control, mScrollBar *own) {
+    if (mScrollBar::convertScrollBar(bar, code, static_cast<SYSTEM_INFO_STRUCT *>(control)))
+        return true;
+    return !control && own && own->onNotifyParent(code);
+}
+
 void mWindow::mOnHScroll(bool &handled, void *control, int code, int position) {
-    handled = onHScroll(code, nullptr, position);
+    mScrollBar *bar = nullptr;
+    handled = scrollFirst(bar, code, control, hScroll) || onHScroll(code, bar, position);
 }
 
 void mWindow::mOnVScroll(bool &handled, void *control, int code, int position) {
-    handled = onVScroll(code, nullptr, position);
+    mScrollBar *bar = nullptr;
+    handled = scrollFirst(bar, code, control, vScroll) || onVScroll(code, bar, position);
+}
+
+void mWindow::setScroller(mScrollBar *bar) {
+    mScrollBar *&slot = bar->isHorizontal() ? hScroll : vScroll;
+    if (slot && slot != bar && !slot->getPeer())
+        delete slot;
+    slot = bar;
 }
 
 void mWindow::mOnCancelMode(bool &) { setMouseCapture(false); }
@@ -705,6 +751,10 @@ bool mWindow::drawMeasure(const void *record, bool draw) {
         mFrame *frame = dynamic_cast<mFrame *>(this);
         return frame && mMenu::oDraw(frame, record, draw);
     }
+    case ODT_LISTBOX:
+    case ODT_COMBOBOX: return mControl::oDrawItem(this, record, draw, false);
+    case ODT_BUTTON:
+    case ODT_STATIC: return mControl::oDraw(this, record, draw);
     default: return false;
     }
 }

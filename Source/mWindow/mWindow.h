@@ -107,6 +107,9 @@ public:
     static void killFocus();
     SYSTEM_INFO_STRUCT *getControlPeer(int id);
     mControl *getControl(int id);
+    // Keeps the window's own bar of that orientation; one that replaces a bar without a peer
+    // of its own deletes it.
+    void setScroller(mScrollBar *bar);
 
     mSize getSize();
     mPoint convertToScreen(const mPoint &point);
@@ -139,8 +142,6 @@ public:
     int sendUserMessage(int id, int wParam, long lParam);
     // A command as the platform delivers it: the code in the high word, the control's peer or none.
     void sendCommand(unsigned short id, unsigned short code, mControl *control);
-    // The window's own scroll bar of the bar's orientation.
-    void setScroller(mScrollBar *bar);
 
     bool enumChildren(mChildList &list, bool deep);
 

@@ -94,7 +94,7 @@ TEST_F(WindowCoreTest, HandlesAndCodesKeepTheirWidthAndSign) {
 
     // A list box reports a failure with a negative code in the high word; a menu command has 0.
     SendMessageA(peer(), WM_COMMAND, MAKEWPARAM(7, (WORD)LBN_ERRSPACE), 0);
-    SendMessageA(peer(), WM_COMMAND, MAKEWPARAM(8, 0), 0);
+    frame->sendCommand(8, 0, nullptr);
     EXPECT_EQ(std::vector<std::string>({"command 7 -2", "command 8 0"}), frame->events);
 
     mIcon icon(vt::testModule(), 700);
