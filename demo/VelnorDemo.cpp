@@ -1,10 +1,12 @@
 // The demo title: a main frame showing a sprite context, where an arrow sprite stands plain,
 // rotated, scaled and sheared while balls of several priorities cross over and under it,
 // moved by a script on the idle rounds; a frame animation played as a script step; a tune that
-// plays meanwhile; an idle listener that counts the rounds of the run loop, and the script's
-// end, which saves a screenshot of the window and ends the run.
+// plays meanwhile; a menu bar and a settings dialog; an idle listener that counts the rounds of
+// the run loop, and the script's end, which saves a screenshot of the window and ends the run.
 #include "DemoAnimation.h"
+#include "DemoMenu.h"
 #include "DemoScript.h"
+#include "DemoSettings.h"
 #include "DemoSound.h"
 
 #include <Velnor11.h>
@@ -125,6 +127,8 @@ public:
         }
         context->update();
     }
+
+    bool onCommand(int id, int code) override { return demoMenuCommand(this, id); }
 
     bool onPaint() override {
         bool erase;
@@ -269,6 +273,8 @@ int main(int argc, char **argv) {
     mApp app("VelnorDemo");
     mModule module(reinterpret_cast<SYSTEM_INFO_STRUCT *>(GetModuleHandleA(nullptr)));
     DemoFrame *frame = new DemoFrame(&app, &module);
+    addDemoMenu(frame);
+    setDemoSettingsHandler([](mMainFrame *owner) { openDemoSettings(owner); });
     IdleCounter idle;
     app.registerIdle(&idle);
     frame->compose();
@@ -277,6 +283,7 @@ int main(int argc, char **argv) {
                 frame->getPosition().x, frame->getPosition().y, frame->getClientBounds().width(),
                 frame->getClientBounds().height());
     frame->describe();
+    startDemoSettings(frame, outDir);
     DemoSound sound;
     Ending ending(&app, frame, outDir + "\\demo-screenshot.bmp");
     mPalette inks = makePalette();

@@ -83,11 +83,14 @@ mLResult mDialog::process(SYSTEM_INFO_STRUCT *p, int message, mWParam wParam, mL
         peer = p;
         if (mApp *app = mApp::getCurrentApp())
             app->registerDialog(this);
+        // Not every dialog manager asks for the default button while it sets up; asking once
+        // from the queue makes the focus-less start happen all the same.
+        if (startUnfocused)
+            PostMessageA(hwnd(peer), DM_GETDEFID, 0, 0);
         return onInitDialog();
     case WM_CTLCOLORDLG: {
         bool handled = false;
-        return (mLResult)mOnColorControl(handled, reinterpret_cast<void *>((uintptr_t)wParam),
-                                              reinterpret_cast<void *>((uintptr_t)lParam), 4);
+        return mOnColorControl(handled, reinterpret_cast<void *>(wParam), reinterpret_cast<void *>(lParam), 4);
     }
     case DM_GETDEFID:
         if (startUnfocused) {
@@ -114,10 +117,10 @@ bool mDialog::mOnSysKeyDown(int key) {
     return true;
 }
 
-int mDialog::mOnColorControl(bool &handled, void *dc, void *control, int kind) {
+mLResult mDialog::mOnColorControl(bool &handled, void *dc, void *control, int kind) {
     handled = true;
     if (control == peer)
-        return (int)setControlColor(dc);
+        return setControlColor(dc);
     return mWindow::mOnColorControl(handled, dc, control, kind);
 }
 
@@ -191,7 +194,7 @@ bool mWinUtil::copyToClipboard(const mString &text) {
     if (!OpenClipboard(nullptr))
         return false;
     EmptyClipboard();
-    HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, text.length() + 1);
+    HGLOBAL block = GlobalAlloc(GMEM_DDESHARE, text.length() + 1);
     if (block) {
         memcpy(GlobalLock(block), text.c_str(), text.length() + 1);
         GlobalUnlock(block);

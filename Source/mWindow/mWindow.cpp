@@ -1,8 +1,10 @@
 #include "mWindow/mWindow.h"
 #include "mUtil/mApp.h"
 #include "mUtil/mModule.h"
+#include "mWindow/mControl.h"
 #include "mWindow/mDialog.h"
 #include "mWindow/mFrame.h"
+#include "mWindow/mMenu.h"
 
 #include <windows.h>
 
@@ -37,14 +39,12 @@ LRESULT CALLBACK windowProc(HWND peer, UINT message, WPARAM wParam, LPARAM lPara
     return DefWindowProcA(peer, message, wParam, lParam);
 }
 
-struct CursorEntry {
-    LPCSTR id;
-};
 const LPCSTR systemCursors[] = {IDC_WAIT, IDC_IBEAM, IDC_ARROW, IDC_CROSS, IDC_NO};
 
 int lowSigned(uintptr_t v) { return (short)(v & 0xFFFF); }
 int highSigned(uintptr_t v) { return (short)((v >> 16) & 0xFFFF); }
 int highWord(uintptr_t v) { return (int)((v >> 16) & 0xFFFF); }
+void *pointer(uintptr_t v) { return reinterpret_cast<void *>(v); }
 
 } // namespace
 
@@ -98,6 +98,10 @@ mWindow::~mWindow() {
     }
     mApp::free(paintInfo);
     setPalette(nullptr);
+    // The own bars without a peer are the window's; bars with one are children and go with it.
+    for (mScrollBar *bar : {hScroll, vScroll})
+        if (bar && !bar->getPeer())
+            delete bar;
 }
 
 void mWindow::registerClass(const mString &name, SYSTEM_INFO_STRUCT *instance) {
@@ -170,7 +174,9 @@ mWindow *mWindow::findWindow(SYSTEM_INFO_STRUCT *p) {
     getClassName(p, name, sizeof name);
     if (baseClassName == name)
         return reinterpret_cast<mWindow *>(GetWindowLongPtrA(hwnd(p), 0));
-    return mDialog::findDWindow(p, name);
+    if (mDialog *dialog = mDialog::findDWindow(p, name))
+        return dialog;
+    return mControl::findCWindow(p);
 }
 
 mWindow *mWindow::getNextWindow() { return findWindow(handle(GetWindow(hwnd(peer), GW_HWNDNEXT))); }
@@ -190,6 +196,8 @@ SYSTEM_INFO_STRUCT *mWindow::getControlPeer(int id) {
             return handle(child);
     return nullptr;
 }
+
+mControl *mWindow::getControl(int id) { return mControl::findControl(this, id); }
 
 mWindow *mWindow::getMain() {
     mWindow *w = this;
@@ -412,6 +420,12 @@ int mWindow::sendUserMessage(int id, int wParam, long lParam) {
     return result;
 }
 
+void mWindow::sendCommand(unsigned short id, unsigned short code, mControl *control) {
+    HWND from = control ? hwnd(control->getPeer()) : nullptr;
+    SendMessageA(hwnd(peer), WM_COMMAND, MAKEWPARAM(id, code), reinterpret_cast<LPARAM>(from));
+    mApp::rethrowParked();
+}
+
 void mWindow::destroy() {
     if (!gone)
         PostMessageA(hwnd(peer), DEFERRED_DESTROY, 0, 0);
@@ -517,22 +531,21 @@ bool mWindow::process(int message, mWParam wParam, mLParam lParam, mLResult &res
     case WM_MOVE: mOnMove(handled, x, y); break;
     case WM_SIZE: mOnSize(handled, (int)wParam, x, y); break;
     case WM_ACTIVATE:
-        mOnActivate(handled, (int)(wParam & 0xFFFF), reinterpret_cast<void *>((uintptr_t)lParam), highWord(wParam));
+        mOnActivate(handled, (int)(wParam & 0xFFFF), pointer(lParam), highWord(wParam));
         break;
-    case WM_SETFOCUS: mOnSetFocus(handled, reinterpret_cast<void *>((uintptr_t)wParam)); break;
-    case WM_KILLFOCUS: mOnKillFocus(handled, reinterpret_cast<void *>((uintptr_t)wParam)); break;
+    case WM_SETFOCUS: mOnSetFocus(handled, pointer(wParam)); break;
+    case WM_KILLFOCUS: mOnKillFocus(handled, pointer(wParam)); break;
     case WM_PAINT: mOnPaint(handled); break;
     case WM_CLOSE: mOnClose(handled); break;
-    case WM_ERASEBKGND: result = (mLResult)mOnEraseBkgnd(handled, reinterpret_cast<void *>((uintptr_t)wParam)); break;
-    case WM_ACTIVATEAPP: mOnActivateApp(handled, (int)wParam, lParam); break;
+    case WM_ERASEBKGND: result = mOnEraseBkgnd(handled, pointer(wParam)); break;
+    case WM_ACTIVATEAPP: mOnActivateApp(handled, (int)wParam, (unsigned long)lParam); break;
     case WM_CANCELMODE: mOnCancelMode(handled); break;
     case WM_SETCURSOR:
-        result = (mLResult)mSetCursor(reinterpret_cast<void *>((uintptr_t)wParam), (short)(lParam & 0xFFFF),
-                                           highWord(lParam), handled);
+        result = mSetCursor(pointer(wParam), lowSigned(lParam), highWord(lParam), handled);
         break;
-    case WM_DRAWITEM: mOnDrawItem(handled, reinterpret_cast<const void *>((uintptr_t)lParam)); result = 1; break;
-    case WM_MEASUREITEM: mOnMeasureItem(handled, reinterpret_cast<const void *>((uintptr_t)lParam)); result = 1; break;
-    case WM_DELETEITEM: mOnDeleteItem(handled, reinterpret_cast<const void *>((uintptr_t)lParam)); result = 1; break;
+    case WM_DRAWITEM: mOnDrawItem(handled, pointer(lParam)); result = 1; break;
+    case WM_MEASUREITEM: mOnMeasureItem(handled, pointer(lParam)); result = 1; break;
+    case WM_DELETEITEM: mOnDeleteItem(handled, pointer(lParam)); result = 1; break;
     case WM_NCDESTROY: {
         // The object goes with its peer, even when onWindowGone fails.
         struct Deleter {
@@ -551,22 +564,21 @@ bool mWindow::process(int message, mWParam wParam, mLParam lParam, mLResult &res
     case WM_SYSKEYUP: mOnSysKeyUD(handled, (int)wParam, 0, x, highWord(lParam)); break;
     case WM_SYSCHAR: mOnSysChar(handled, (signed char)(wParam & 0xFF), x); break;
     case WM_COMMAND:
-        mOnCommand(handled, (int)(wParam & 0xFFFF), reinterpret_cast<void *>((uintptr_t)lParam), highWord(wParam));
+        // Notification codes are signed: list and combo boxes report failures as -1 and -2.
+        mOnCommand(handled, (int)(wParam & 0xFFFF), pointer(lParam), highSigned(wParam));
         break;
     case WM_SYSCOMMAND: mOnSysCommand(handled, (int)wParam, x, y); break;
     case WM_HSCROLL:
-        mOnHScroll(handled, reinterpret_cast<void *>((uintptr_t)lParam), (int)(wParam & 0xFFFF), highWord(wParam));
+        mOnHScroll(handled, pointer(lParam), (int)(wParam & 0xFFFF), highWord(wParam));
         break;
     case WM_VSCROLL:
-        mOnVScroll(handled, reinterpret_cast<void *>((uintptr_t)lParam), (int)(wParam & 0xFFFF), highWord(wParam));
+        mOnVScroll(handled, pointer(lParam), (int)(wParam & 0xFFFF), highWord(wParam));
         break;
-    case WM_ENTERIDLE: mOnEnterIdle(wParam, lParam); break;
+    case WM_ENTERIDLE: mOnEnterIdle((int)wParam, pointer(lParam)); break;
     case WM_CTLCOLOREDIT: case WM_CTLCOLORLISTBOX: case WM_CTLCOLORBTN: case WM_CTLCOLORSCROLLBAR:
     case WM_CTLCOLORSTATIC: {
         static const int kinds[] = {1, 2, 3, 0, 5, 6};
-        result = (mLResult)mOnColorControl(handled, reinterpret_cast<void *>((uintptr_t)wParam),
-                                                reinterpret_cast<void *>((uintptr_t)lParam),
-                                                kinds[message - WM_CTLCOLOREDIT]);
+        result = mOnColorControl(handled, pointer(wParam), pointer(lParam), kinds[message - WM_CTLCOLOREDIT]);
         break;
     }
     case WM_MOUSEMOVE: mOnMouseMove(handled, x, y, (int)wParam); break;
@@ -576,7 +588,7 @@ bool mWindow::process(int message, mWParam wParam, mLParam lParam, mLResult &res
     case WM_RBUTTONDOWN: mOnRButtonDown(handled, 0, x, y, (int)wParam); break;
     case WM_RBUTTONUP: mOnRButtonUp(handled, x, y, (int)wParam); break;
     case WM_RBUTTONDBLCLK: mOnRButtonDown(handled, 1, x, y, (int)wParam); break;
-    case WM_PALETTECHANGED: mOnPaletteChanged(handled, reinterpret_cast<void *>((uintptr_t)wParam)); break;
+    case WM_PALETTECHANGED: mOnPaletteChanged(handled, pointer(wParam)); break;
     case DEFERRED_DESTROY:
         if (gone)
             return false;
@@ -660,14 +672,29 @@ void mWindow::mOnSysKeyUD(bool &handled, int key, int down, int, int) {
 
 void mWindow::mOnSysChar(bool &handled, int character, int) { handled = onChar(getKeyQualifiers() | 4, character); }
 
-int mWindow::mOnColorControl(bool &handled, void *dc, void *control, int kind) {
+mLResult mWindow::mOnColorControl(bool &handled, void *dc, void *control, int kind) {
     handled = true;
-    return (int)SendMessageA(static_cast<HWND>(control), REFLECT_COLOR, reinterpret_cast<WPARAM>(dc), kind);
+    return SendMessageA(static_cast<HWND>(control), REFLECT_COLOR, reinterpret_cast<WPARAM>(dc), kind);
 }
 
-void mWindow::mOnDeleteItem(bool &handled, const void *) {}
+void mWindow::mOnDeleteItem(bool &, const void *record) {
+    int kind = (int)static_cast<const DELETEITEMSTRUCT *>(record)->CtlType;
+    if (kind == ODT_LISTBOX || kind == ODT_COMBOBOX)
+        mControl::oDrawItem(this, record, false, true);
+}
 
-void mWindow::mOnCommand(bool &handled, int id, void *, int code) { handled = onCommand(id, code); }
+// A control's notification comes in the family's own numbering; a family may keep it to itself.
+void mWindow::mOnCommand(bool &handled, int id, void *control, int code) {
+    typedef bool (*Conversion)(int &, SYSTEM_INFO_STRUCT *);
+    static const Conversion families[] = {mButton::convertButton, mStatic::convertStatic, mListBox::convertListBox,
+                                          mComboBox::convertComboBox, mEdit::convertEdit};
+    code = (short)code;
+    SYSTEM_INFO_STRUCT *peer = static_cast<SYSTEM_INFO_STRUCT *>(control);
+    for (Conversion convert : families)
+        if (convert(code, peer))
+            return;
+    handled = onCommand(id, code);
+}
 
 void mWindow::mOnSysCommand(bool &handled, int command, int, int) {
     int id;
@@ -688,12 +715,28 @@ void mWindow::mOnSysCommand(bool &handled, int command, int, int) {
     handled = onCommand(id, 1);
 }
 
+// The bar that scrolled moves its thumb first; the window's own bars come with no control.
+static bool scrollFirst(mScrollBar *&bar, int &code, void *control, mScrollBar *own) {
+    if (mScrollBar::convertScrollBar(bar, code, static_cast<SYSTEM_INFO_STRUCT *>(control)))
+        return true;
+    return !control && own && own->onNotifyParent(code);
+}
+
 void mWindow::mOnHScroll(bool &handled, void *control, int code, int position) {
-    handled = onHScroll(code, nullptr, position);
+    mScrollBar *bar = nullptr;
+    handled = scrollFirst(bar, code, control, hScroll) || onHScroll(code, bar, position);
 }
 
 void mWindow::mOnVScroll(bool &handled, void *control, int code, int position) {
-    handled = onVScroll(code, nullptr, position);
+    mScrollBar *bar = nullptr;
+    handled = scrollFirst(bar, code, control, vScroll) || onVScroll(code, bar, position);
+}
+
+void mWindow::setScroller(mScrollBar *bar) {
+    mScrollBar *&slot = bar->isHorizontal() ? hScroll : vScroll;
+    if (slot && slot != bar && !slot->getPeer())
+        delete slot;
+    slot = bar;
 }
 
 void mWindow::mOnCancelMode(bool &) { setMouseCapture(false); }
@@ -702,7 +745,19 @@ void mWindow::mOnDrawItem(bool &handled, const void *record) { handled = drawMea
 
 void mWindow::mOnMeasureItem(bool &handled, const void *record) { handled = drawMeasure(record, false); }
 
-bool mWindow::drawMeasure(const void *, bool) { return false; }
+bool mWindow::drawMeasure(const void *record, bool draw) {
+    switch (*static_cast<const UINT *>(record)) {
+    case ODT_MENU: {
+        mFrame *frame = dynamic_cast<mFrame *>(this);
+        return frame && mMenu::oDraw(frame, record, draw);
+    }
+    case ODT_LISTBOX:
+    case ODT_COMBOBOX: return mControl::oDrawItem(this, record, draw, false);
+    case ODT_BUTTON:
+    case ODT_STATIC: return mControl::oDraw(this, record, draw);
+    default: return false;
+    }
+}
 
 void mWindow::mOnDestroy(bool &) {
     gone = true;
@@ -745,15 +800,18 @@ void mWindow::mOnPaletteChanged(bool &, void *) {
         window->update(true);
 }
 
-// Idle rounds while the platform runs a modal loop (a dialog, an open menu).
-void mWindow::mOnEnterIdle(unsigned long, unsigned long) {
+void mWindow::mOnEnterIdle(int, void *) {
     mApp *app = mApp::getCurrentApp();
     if (!app)
         return;
     MSG msg;
     for (unsigned long counter = 0;; ++counter) {
-        if (PeekMessageA(&msg, nullptr, 0, 0, PM_NOREMOVE))
+        if (PeekMessageA(&msg, nullptr, 0, 0, PM_NOREMOVE)) {
+            // Looking at the queue marks its input as seen, and a modal loop that waits for new
+            // input would sleep on it; a message of our own wakes it.
+            PostMessageA(hwnd(peer), WM_NULL, 0, 0);
             return;
+        }
         if (app->processIdle(counter))
             return;
         Sleep(0);
