@@ -38,15 +38,31 @@ velnor_start_xvfb() {
     return 1
 }
 
-# ALSA configuration whose default device writes raw samples to a file.
+# ALSA configuration whose default device appends every sound of a run to one file, in the
+# order played. Wine opens the device afresh for each sound, and the file plugin would truncate
+# its file at each opening: a pipe to `cat >>` appends instead (the shell that ALSA starts takes
+# the path from the environment, so any path works), and ALSA waits for the pipe at each close,
+# so a sound's bytes are in the file once its device is closed. The plug in front makes every
+# sound land in one format: signed 16-bit little-endian, 44100 Hz, stereo. 16-bit samples at
+# 44100 Hz arrive byte for byte; 8-bit samples become (s - 128) * 256, mono is doubled into both
+# channels, and 11025 or 22050 Hz are resampled to 4 or 2 frames per frame.
 velnor_route_sound() {
     export VELNOR_SOUND_FILE=${VELNOR_SOUND_FILE:-$VELNOR_CACHE/sound.raw}
     local conf="$VELNOR_CACHE/asound-$$.conf"
     cat >"$conf" <<CONF
 pcm.!default {
+    type plug
+    slave {
+        pcm "velnor_capture"
+        format S16_LE
+        rate 44100
+        channels 2
+    }
+}
+pcm.velnor_capture {
     type file
     slave.pcm "null"
-    file "$VELNOR_SOUND_FILE"
+    file '|exec cat >>"\$VELNOR_SOUND_FILE"'
     format "raw"
 }
 CONF
