@@ -80,19 +80,41 @@ mObjStore::ERROR_TYPE mObjStore::write(const mBitMap &image, const mString &name
     if (!isStorable(image))
         return storeBadImage;
     std::vector<unsigned char> block = bitmapBlock(image);
-    const unsigned long s = (unsigned long)block.size();
-    unsigned long flags = hasTable(*image.getHeader()) ? flagLzssPalette : flagLzss;
+    writePacked(0, block.data(), (unsigned long)block.size(),
+                hasTable(*image.getHeader()) ? flagLzssPalette : flagLzss, name);
+    return storeOk;
+}
 
+void mObjStore::writeBlock(short typeWord, const void *block, unsigned long size, const mString &name) {
+    writePacked(typeWord, static_cast<const unsigned char *>(block), size, flagLzss, name);
+}
+
+void mObjStore::writeCoded(short typeWord, unsigned long flags, unsigned long unpacked, const void *body,
+                           unsigned long size, const mString &name) {
+    writeHeader(typeWord, name);
+    const unsigned long sizes[3] = {unpacked, size, flags};
+    file.writeLongs(sizes, 3);
+    file.writeBytes(body, (int)size);
+    ++count;
+}
+
+void mObjStore::writeHeader(short typeWord, const mString &name) {
     unsigned char header[mAswObject::headerSize] = {0};
     putWord(header, 0, count);
+    putWord(header, 4, (unsigned short)typeWord);
     std::strncpy(reinterpret_cast<char *>(header) + 6, name.c_str(), maxName);
     file.writeBytes(header, sizeof header);
+}
+
+void mObjStore::writePacked(short typeWord, const unsigned char *block, unsigned long s, unsigned long flags,
+                            const mString &name) {
+    writeHeader(typeWord, name);
     unsigned long sizes[3] = {s, 0, flags};
     file.writeLongs(sizes, 1);
     const long storedAt = file.getCurrentPosition();
     file.writeLongs(sizes + 1, 2);
 
-    const unsigned long coded = mCodec::compress(block.data(), file, s);
+    const unsigned long coded = mCodec::compress(block, file, s);
     file.seekFrom(storedAt, mFile::seekStart);
     if (coded < s) {
         sizes[1] = coded;
@@ -105,8 +127,7 @@ mObjStore::ERROR_TYPE mObjStore::write(const mBitMap &image, const mString &name
         sizes[1] = s;
         sizes[2] = flagStored;
         file.writeLongs(sizes + 1, 2);
-        file.writeBytes(block.data(), (int)s);
+        file.writeBytes(block, (int)s);
     }
     ++count;
-    return storeOk;
 }
