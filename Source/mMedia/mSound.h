@@ -28,6 +28,8 @@ public:
     // A wave file; with allowStreaming a sound above STREAM_THRESHOLD bytes keeps its file open
     // and is read while it plays.
     mDigSound(const mString &path, bool allowStreaming);
+    // Keeps a literal path from being taken for a memory image.
+    mDigSound(const char *path, bool allowStreaming) : mDigSound(mString(path), allowStreaming) {}
     // A wave file of the caller's, opened if it is closed; the samples are read into memory.
     mDigSound(mInputFile &file);
     // A sound object of an object file: 4 bytes that are not looked at, then a wave image.

@@ -81,25 +81,28 @@ mBitMap *mBitMap::create(mObjFile *file, int index) {
         mObjFile::mObjType type;
         int size = 0;
         mBlock block = ownBlock(file->getObject(index, type, size));
-        unsigned char *start = static_cast<unsigned char *>(block.get());
-        long length = start ? size : 0;
-        if (length >= 2) {
-            long prefix = mModule::leReadWord(start);
-            if (prefix >= 2) {
-                if (prefix > length)
-                    prefix = length;
-                start += prefix;
-                length -= prefix;
-            } else {
-                start[0] = 'B';
-                start[1] = 'M';
-            }
-        }
-        return create(start, length, true);
+        return createFromObject(block.get(), block ? size : 0);
     } catch (mError &error) {
         error.message = "Bitmap object:" + error.message;
         throw;
     }
+}
+
+mBitMap *mBitMap::createFromObject(void *block, long length) {
+    unsigned char *start = static_cast<unsigned char *>(block);
+    if (length >= 2) {
+        long prefix = mModule::leReadWord(start);
+        if (prefix >= 2) {
+            if (prefix > length)
+                prefix = length;
+            start += prefix;
+            length -= prefix;
+        } else {
+            start[0] = 'B';
+            start[1] = 'M';
+        }
+    }
+    return create(start, length, true);
 }
 
 mBitMap *mBitMap::create(mInputFile &file, long length, bool compressed) {

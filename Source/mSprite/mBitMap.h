@@ -43,6 +43,10 @@ public:
     static mBitMap *create(mObjFile *file, int index);
     static mBitMap *create(mInputFile &file, long length, bool compressed);
     static mBitMap *create(int bits, const mSize &size, const mPalette *palette);
+    // A block as the object body reader gives it: a first word of 2 or more is the length of a
+    // prefix in front of the bitmap file image; 0 or 1 stands where 'B', 'M' belong and is
+    // overwritten. The block stays the caller's.
+    static mBitMap *createFromObject(void *block, long length);
 
     // The library's own formats, made and dropped when the library is loaded and unloaded;
     // a title's formats registered later are tried after them.
