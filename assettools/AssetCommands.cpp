@@ -12,7 +12,7 @@ namespace assets {
 
 namespace {
 
-enum { SOUND_TYPE = 2, AUDIO_DELTA = 4, SLOT = 4, MAX_OBJECTS = 1024 };
+enum { SOUND_TYPE = 2, AUDIO_DELTA = 4, SLOT = 4, MAX_OBJECTS = 1024, MAX_SIDE = 8192 };
 
 struct FreeImage {
     void operator()(mBitMap *image) const { image->free(); }
@@ -249,6 +249,55 @@ void extract(const std::string &path, const std::string &dir) {
             const std::string name = outputName(i, e.name, ext);
             progress("extract", (size_t)i + 1, (size_t)file.getNumObjects(), name);
             writeWhole(target + "\\" + name, bytes);
+        }
+    } catch (const mError &e) {
+        throw Failure(path, e.message.c_str());
+    }
+}
+
+namespace {
+
+// Draws item at position if it is an image of the file.
+void drawItem(mBitMap &canvas, mAsaFile &file, int item, mPoint position) {
+    const mBitMap *image = item >= 0 ? file.getImagePtr(item) : nullptr;
+    if (image) {
+        mSize size = image->getSize();
+        canvas.copy(image, mRect(0, 0, size.cx, size.cy), position);
+    }
+}
+
+} // namespace
+
+void frames(const std::string &path, const std::string &dir) {
+    const std::string target = absolutePath(dir);
+    requireReadable(path);
+    makeDirectory(target);
+    try {
+        mAsaFile file(mString(absolutePath(path).c_str()));
+        const mSize size = file.getBackgroundSize();
+        if (size.cx <= 0 || size.cy <= 0 || size.cx > MAX_SIDE || size.cy > MAX_SIDE)
+            throw Failure(path, "the animation's size is out of range");
+        Image canvas(new m15Bit(size));
+        if (file.getPalette())
+            canvas->setMapping(file.getPalette(), mColor(true));
+        int background = -1;
+        for (int i = 0; i < file.getFrames(); ++i) {
+            mAsaFrame *frame = file.getFrame(i);
+            if (frame->isCmd())
+                continue;
+            // A frame that names no background keeps the one before.
+            if (frame->getBackground() >= 0 && file.getImagePtr(frame->getBackground()))
+                background = frame->getBackground();
+            canvas->fill(mRect(0, 0, size.cx, size.cy), mColor(0, 0, 0));
+            drawItem(*canvas, file, background, mPoint(0, 0));
+            for (int s = 0; s < frame->getItemSlots(); ++s) {
+                mAsaSlot *slot = frame->getSlot(s);
+                drawItem(*canvas, file, (short)slot->getVerb(), slot->getPos());
+            }
+            char name[32];
+            std::snprintf(name, sizeof name, "frame%03d.bmp", i);
+            progress("frames", (size_t)i + 1, (size_t)file.getFrames(), name);
+            writeWhole(target + "\\" + name, bitmapFile(*canvas));
         }
     } catch (const mError &e) {
         throw Failure(path, e.message.c_str());

@@ -17,5 +17,8 @@ void pack(const std::string &out, const std::vector<std::string> &inputs, const 
 void list(const std::string &objectFile);
 // Every object back to a BMP, WAV or, for raw data, DAT file in dir.
 void extract(const std::string &objectFile, const std::string &dir);
+// Every ordinary frame of an animation file as a 16-bit BMP in dir: the background in force and
+// the images of the frame's slots, as the player would show them; command frames are passed over.
+void frames(const std::string &animationFile, const std::string &dir);
 
 } // namespace assets

@@ -19,6 +19,7 @@ const char usage[] =
     "  pack OUT.obj FILE...   pack BMP images and WAV sounds into an object file\n"
     "  list FILE.obj          list the objects of an object file\n"
     "  extract FILE.obj DIR   write every object back as a BMP, WAV or DAT file\n"
+    "  frames FILE.asa DIR    write every frame of an animation file as a BMP file\n"
     "\n"
     "'velnor-assets COMMAND --help' tells more of each command.\n";
 
@@ -51,6 +52,12 @@ const Command commands[] = {
      "\n"
      "Writes every object into DIR (made if missing) as NNN-name.bmp for images, NNN-name.wav\n"
      "for sounds and NNN-name.dat for raw data. Images without colours get a grey ramp.\n"},
+    {"frames", 2, 2,
+     "usage: velnor-assets frames FILE.asa DIR\n"
+     "\n"
+     "Writes every ordinary frame of the animation file into DIR (made if missing) as\n"
+     "frameNNN.bmp, 16 bits a pixel: the background in force, then the images of the frame's\n"
+     "slots at their places, in the file's palette. Command frames are passed over.\n"},
 };
 
 const Command *find(const std::string &name) {
@@ -71,8 +78,10 @@ int run(const Command &command, const std::vector<std::string> &args, const asse
         assets::pack(args[0], std::vector<std::string>(args.begin() + 1, args.end()), options);
     else if (name == "list")
         assets::list(args[0]);
-    else
+    else if (name == "extract")
         assets::extract(args[0], args[1]);
+    else
+        assets::frames(args[0], args[1]);
     return 0;
 }
 

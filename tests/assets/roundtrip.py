@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Packs images and sounds with the asset tool, lists and extracts them, and compares what comes
 back with what went in: pixels and samples exactly, colours at 15-bit precision, the audio delta
-form within the error the tool reports. Then bad input: one line naming the file, a non-zero
-exit, and no output file."""
+form within the error the tool reports. Draws the frames of an animation file and compares their
+pixels. Then bad input: one line naming the file, a non-zero exit, and no output file."""
 import math
 import os
 import re
@@ -115,6 +115,47 @@ with tempfile.TemporaryDirectory() as work:
               'tone.wav: the error reported is the error reached')
         check(rms < 3, 'tone.wav: the audio delta form keeps the error small (rms %.2f)' % rms)
 
+    # An animation file: a background and a sprite in two frames, then a command frame; the
+    # second frame keeps the background of the first. Images come without colours and take the
+    # file's palette, whose 15-bit form the frames must show.
+    anim_palette = [((i * 5) & 255, (i * 11) & 255, (255 - i) & 255) for i in range(256)]
+    back_px = [[(x + 3 * y) % 256 for x in range(20)] for y in range(10)]
+    sprite_px = [[200 + x + y for x in range(4)] for y in range(3)]
+
+    def item(type_word, w, h, rows):
+        image = bmp(w, h, 8, [bytes(r) for r in reversed(rows)], [(0, 0, 0)] * 256)
+        block = struct.pack('<I', len(image)) + image
+        return (struct.pack('<HHh', 0, 0, type_word) + b'item'.ljust(17, b'\0') +
+                struct.pack('<III', len(block), len(block), 0) + block)
+
+    def frame(flags, background, slot):
+        return struct.pack('<HHIhhhhhhhhh', 0, flags, 0, -1, -1, background, 0, 0, -1, -1, -1, -1) + struct.pack('<Hhh', *slot)
+
+    header = b'AniM' + struct.pack('<HhhIHHHHHHHHIHH', 1, 20, 10, 100, 0, 0, 0, 18, 0, 0, 0, 0, 0, 0, 0).ljust(90, b'\0')
+    anim = (header + struct.pack('<H', 3) + frame(1, 0, (1, 2, 5)) + frame(1, -1, (1, 17, 12)) +
+            frame(0x101, -1, (1, 0, 0)) + struct.pack('<H', 2) + item(1, 20, 10, back_px) + item(0, 4, 3, sprite_px) +
+            b''.join(struct.pack('<BBBB', r, g, b, 0) for r, g, b in anim_palette))
+    with open(os.path.join(work, 'hop.asa'), 'wb') as f:
+        f.write(anim)
+    rc, out = run('frames', os.path.join(work, 'hop.asa'), os.path.join(work, 'frames'))
+    check(rc == 0 and sorted(os.listdir(os.path.join(work, 'frames'))) == ['frame000.bmp', 'frame001.bmp'],
+          'frames writes the two ordinary frames: ' + out)
+
+    def rgb15(index):
+        r, g, b = anim_palette[index]
+        return (r >> 3) << 10 | (g >> 3) << 5 | b >> 3
+
+    for n, (sx, sy) in enumerate([(2, 2), (17, 9)]):
+        want = [[rgb15(back_px[y][x]) for x in range(20)] for y in range(10)]
+        for y in range(3):
+            for x in range(4):
+                if 0 <= sx + x < 20 and 0 <= sy + y < 10:
+                    want[sy + y][sx + x] = rgb15(sprite_px[y][x])
+        with open(os.path.join(work, 'frames', 'frame%03d.bmp' % n), 'rb') as f:
+            data = pixels(f.read())
+        got = [list(struct.unpack_from('<20H', data, 40 * (9 - y))) for y in range(10)]
+        check(got == want, 'frame %d shows the background and the sprite at its place' % n)
+
     # Bad input leaves no output behind, and an existing one as it was.
     with open(os.path.join(work, 'cut.bmp'), 'wb') as f:
         f.write(inputs['plain.bmp'][:30])
@@ -123,7 +164,8 @@ with tempfile.TemporaryDirectory() as work:
     errors = [line for line in out.splitlines() if line.startswith('velnor-assets:')]
     check(rc != 0 and len(errors) == 1 and 'cut.bmp: ' in errors[0], 'a bad image is named in one line: ' + out)
     check(open(obj, 'rb').read() == before, 'a failed pack leaves the existing file alone')
-    check(sorted(os.listdir(work)) == sorted(list(inputs) + ['out.obj', 'back', 'cut.bmp']), 'no partial file remains')
+    check(sorted(os.listdir(work)) == sorted(list(inputs) + ['out.obj', 'back', 'cut.bmp', 'hop.asa', 'frames']),
+          'no partial file remains')
     rc, out = run('list', os.path.join(work, 'missing.obj'))
     check(rc != 0 and 'missing.obj: No such file or directory' in out, 'a missing file gives the system message: ' + out)
     rc, out = run('extract', '--help')
