@@ -1,5 +1,6 @@
 #include "Readers.h"
 
+#include "AsaWriter.h"
 #include "Fenced.h"
 #include <Velnor11.h>
 
@@ -446,6 +447,61 @@ void feedWaveFile(const unsigned char *input, size_t size, const std::string &sc
     copy.getLength();
 }
 
+// Two animation files: one with a title, names, images with and without colours, a sound,
+// command frames and a palette; one with a single frame and item.
+std::vector<Seed> asaSeeds(const std::string &) {
+    mColor colors[2] = {mColor(10, 20, 30), mColor(250, 0, 9)};
+    mPalette palette(colors, 2);
+    Image colored(new m8Bit(mSize(6, 4), &palette)), plain(new m8Bit(mSize(3, 5), nullptr));
+    asa::Writer full(40, 30, 70);
+    full.setTitle("fuzz");
+    full.setPalette(palette);
+    full.addImage(*colored, "colored", true);
+    full.addImage(*plain, "plain");
+    full.addSound(waveImage(11025, 8, 1, 20, false), "sound");
+    asa::Frame first;
+    first.flags = mAsaFrame::hasSlots;
+    first.background = 0;
+    first.name = "start";
+    first.slots = {{1, 3, 9}, {0xFFFF, 0, 0}, {2, 1, 1}};
+    full.addFrame(first);
+    full.addFrame(asa::command(3, 2, 0, asa::Slot{59, 0, 0}));
+    asa::Frame last = first;
+    last.name = "end";
+    last.wave = 2;
+    full.addFrame(last);
+    full.chain(0, 2);
+    asa::Writer small(8, 8, 100);
+    small.addImage(*plain, "only");
+    asa::Frame one;
+    one.flags = mAsaFrame::hasSlots;
+    one.slots = {{0, 0, 5}};
+    small.addFrame(one);
+    std::vector<std::pair<size_t, int>> header;
+    for (size_t at : {4u, 6u, 8u, 10u, 16u, 18u, 20u, 26u, 28u, 34u})
+        header.push_back({at, at == 10 ? 4 : 2});
+    return {{full.bytes(), header}, {small.bytes(), header}};
+}
+
+void feedAsa(const unsigned char *input, size_t size, const std::string &scratch) {
+    writeFile(scratch, input, size);
+    mAsaFile file(mString(scratch.c_str()));
+    for (int f = 0; f < file.getFrames(); ++f) {
+        mAsaFrame *frame = file.getFrame(f);
+        for (int s = 0; s < frame->getItemSlots(); ++s)
+            file.getImagePtr((short)frame->getSlot(s)->getVerb());
+        file.getNextFrame(frame);
+        file.getNextSplit(frame);
+    }
+    file.getFrame("start");
+    for (int i = 0; i < file.getItems() && i < 8; ++i) {
+        if (const mBitMap *image = file.getImagePtr(i))
+            copyInto(*image, input, size);
+        if (mDigSound *sound = file.getSoundPtr(i))
+            sound->getLength();
+    }
+}
+
 } // namespace
 
 const std::vector<Reader> &allReaders() {
@@ -454,6 +510,7 @@ const std::vector<Reader> &allReaders() {
         {"audio", audioSeeds, feedAudio},     {"bitmap", bitmapSeeds, feedBitmap},
         {"rle", rleSeeds, feedRle},           {"palette", paletteSeeds, feedPalette},
         {"wave", waveSeeds, feedWave},        {"wavefile", waveFileSeeds, feedWaveFile},
+        {"asa", asaSeeds, feedAsa},
     };
     return readers;
 }
