@@ -180,6 +180,15 @@ std::string outputName(int index, const std::string &name, const char *ext) {
     return prefix + (safe.empty() ? std::string("object") : safe) + ext;
 }
 
+// The folder that the files taken out of an input go to, made if missing, once the input is
+// known to be readable.
+std::string outputDirectory(const std::string &input, const std::string &dir) {
+    const std::string target = absolutePath(dir);
+    requireReadable(input);
+    makeDirectory(target);
+    return target;
+}
+
 Bytes extractOne(mObjFile &file, int index, mObjFile::mObjType type, const char *&ext) {
     if (type == mObjFile::objBitmap) {
         ext = ".bmp";
@@ -233,9 +242,7 @@ void list(const std::string &path) {
 }
 
 void extract(const std::string &path, const std::string &dir) {
-    const std::string target = absolutePath(dir);
-    requireReadable(path);
-    makeDirectory(target);
+    const std::string target = outputDirectory(path, dir);
     try {
         mObjFile file(mString(absolutePath(path).c_str()));
         for (int i = 0; i < file.getNumObjects(); ++i) {
@@ -269,9 +276,7 @@ void drawItem(mBitMap &canvas, mAsaFile &file, int item, mPoint position) {
 } // namespace
 
 void frames(const std::string &path, const std::string &dir) {
-    const std::string target = absolutePath(dir);
-    requireReadable(path);
-    makeDirectory(target);
+    const std::string target = outputDirectory(path, dir);
     try {
         mAsaFile file(mString(absolutePath(path).c_str()));
         const mSize size = file.getBackgroundSize();
