@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "BenchTiming.h"
@@ -96,6 +97,18 @@ void report(const char *what, double seconds, double baseline) {
     std::printf("%-52s %9.0f fps   %6.2f x full redraw\n", what, 1.0 / seconds, baseline / seconds);
 }
 
+// Frames of all sprites moving, then of one, each a round of moves and one update.
+void measureMoves(Scene &scene, mSpriteContext &context, const char *what, double baseline) {
+    context.update();
+    for (int moving : {spriteCount, 1}) {
+        const double frame = timeOf([&] {
+            scene.step(moving);
+            context.update();
+        });
+        report((std::to_string(moving) + " moving: moves + " + what).c_str(), frame, baseline);
+    }
+}
+
 } // namespace
 
 int main() {
@@ -125,17 +138,7 @@ int main() {
     {
         mSpriteContext composer(memory);
         Scene scene(&composer, images);
-        composer.update();
-        report("200 moving: moves + composition into memory", timeOf([&] {
-                   scene.step(spriteCount);
-                   composer.update();
-               }),
-               baseline);
-        report("1 moving: moves + composition into memory", timeOf([&] {
-                   scene.step(1);
-                   composer.update();
-               }),
-               baseline);
+        measureMoves(scene, composer, "composition into memory", baseline);
     }
     {
         mSpriteContext shown(memory, frame);
@@ -147,16 +150,7 @@ int main() {
                }),
                baseline);
         delete g;
-        report("200 moving: whole frame incl. window copy", timeOf([&] {
-                   scene.step(spriteCount);
-                   shown.update();
-               }),
-               baseline);
-        report("1 moving: whole frame incl. window copy", timeOf([&] {
-                   scene.step(1);
-                   shown.update();
-               }),
-               baseline);
+        measureMoves(scene, shown, "whole frame incl. window copy", baseline);
     }
     memory->free();
     frame->destroy();

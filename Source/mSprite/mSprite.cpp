@@ -122,22 +122,27 @@ mBitMap *mSprite::getBitMap() const { return bitMap ? bitMap->use() : nullptr; }
 void mSprite::setBitMap(const mBitMap *image) {
     if (!image)
         return;
+    // The new image is taken before the old one goes, so that setting the same one is safe.
+    mBitMap *old = bitMap;
+    bitMap = image->use();
+    if (!old)
+        visible = true;
+    reshape(imageRect(bitMap));
+    if (old)
+        old->free();
+}
+
+void mSprite::reshape(const mRect &newClip) {
     changed();
     const bool wasTransformed = transformed;
     const mTransform kept = transform;
     if (wasTransformed)
         setTransform();
-    mBitMap *old = bitMap;
-    bitMap = image->use();
-    clip = imageRect(bitMap);
+    clip = newClip;
     fitToClip();
     if (wasTransformed)
         setTransform(kept);
-    if (!old)
-        visible = true;
     changed();
-    if (old)
-        old->free();
 }
 
 mRect mSprite::getBounds() const { return visible ? bounds : mRect(); }
@@ -187,34 +192,14 @@ void mSprite::setClip(const mRect &r) {
     }
     if (!bitMap)
         return;
-    changed();
-    const bool wasTransformed = transformed;
-    const mTransform kept = transform;
-    if (wasTransformed)
-        setTransform();
-    clip = imageRect(bitMap);
-    clip &= r;
-    fitToClip();
-    if (wasTransformed)
-        setTransform(kept);
-    changed();
+    mRect part = imageRect(bitMap);
+    part &= r;
+    reshape(part);
 }
 
 void mSprite::clearClip() {
-    if (!bitMap)
-        return;
-    const bool wasTransformed = transformed;
-    const mTransform kept = transform;
-    if (wasTransformed)
-        setTransform();
-    else
-        changed();
-    clip = imageRect(bitMap);
-    if (wasTransformed)
-        setTransform(kept);
-    else
-        fitToClip();
-    changed();
+    if (bitMap)
+        reshape(imageRect(bitMap));
 }
 
 void mSprite::constrainDisplay(const mRect &r) {

@@ -125,6 +125,8 @@ private:
     bool isSolid(const mPoint &p);
     // Puts the plain bounds back to the size of the clip, at the same left and top.
     void fitToClip();
+    // Shows `newClip` of the image, through the transform if there is one.
+    void reshape(const mRect &newClip);
     mSprite *getNext() const { return next; }
     mSprite *getPrev() const { return prev; }
     void forceNext(mSprite *s) { next = s; }

@@ -70,6 +70,8 @@ mSpriteContext::~mSpriteContext() {
 // ---- The list
 
 void mSpriteContext::insert(mSprite *s) {
+    if (!s)
+        return;
     // Within the sentinels' priorities every walk below ends at one of them.
     const int p = s->priority = std::min(std::max(s->priority, (int)lowestPriority), (int)highestPriority);
     mSprite *c = cursor;
@@ -88,6 +90,8 @@ void mSpriteContext::insert(mSprite *s) {
 }
 
 void mSpriteContext::remove(mSprite *s) {
+    if (!s)
+        return;
     if (cursor == s)
         cursor = s->next;
     s->delink(this);

@@ -22,16 +22,25 @@ std::list<mSprite *>::iterator mSpriteGroup::at(int plainIndex) {
     return std::next(sprites.begin(), plainIndex);
 }
 
+namespace {
+
+// Takes a sprite out of its context, if any, and into `to`, if any.
+void moveToContext(mSprite *s, mSpriteContext *to) {
+    mSpriteContext *from = s->getContext();
+    if (from == to)
+        return;
+    if (from)
+        from->remove(s);
+    if (to)
+        to->insert(s);
+}
+
+} // namespace
+
 void mSpriteGroup::adopt(mSprite *s, std::list<mSprite *>::iterator where) {
     sprites.insert(where, s);
     s->setGroup(this);
-    mSpriteContext *mine = getContext();
-    if (s->getContext() == mine)
-        return;
-    if (mSpriteContext *theirs = s->getContext())
-        theirs->remove(s);
-    if (mine)
-        mine->insert(s);
+    moveToContext(s, getContext());
 }
 
 void mSpriteGroup::add(mSprite *s, int index) {
@@ -163,14 +172,8 @@ void mSpriteGroup::changePriority(int delta) {
 }
 
 void mSpriteGroup::setContext(mSpriteContext *newContext) {
-    for (mSprite *s : sprites) {
-        if (s->getContext() == newContext)
-            continue;
-        if (mSpriteContext *old = s->getContext())
-            old->remove(s);
-        if (newContext)
-            newContext->insert(s);
-    }
+    for (mSprite *s : sprites)
+        moveToContext(s, newContext);
     mAnimObject::setContext(newContext);
 }
 
