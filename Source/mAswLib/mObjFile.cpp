@@ -69,6 +69,8 @@ bool mObjFile::seekToItem(int index) {
     return true;
 }
 
+long mObjFile::getOffset(int index) { return seekToItem(index) ? (long)offsets[index] : -1; }
+
 mObjFile::mObjType mObjFile::getType(int index) {
     if (!seekToItem(index))
         return objNone;

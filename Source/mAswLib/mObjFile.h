@@ -15,6 +15,8 @@ public:
     ~mObjFile();
 
     int getNumObjects() { return count; }
+    // The file offset of an object's record, found by walking if need be; -1 out of range.
+    long getOffset(int index);
     // objNone for an index out of range.
     mObjType getType(int index);
     // A block of the library's heap that the caller frees with mApp::free, or null when the

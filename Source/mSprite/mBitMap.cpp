@@ -530,6 +530,10 @@ const unsigned char *mBitMap::infoHeader(const void *data, long &length, bool fi
 void mBitMap::allocPixels(long width, long height, int bytesPerPixel) {
     if (width < 0 || height < 0)
         VELNOR_THROW("Bad bitmap size", width < 0 ? width : height);
+    // An image without pixels has no rows either: a walk over the rows of a payload that states
+    // no width and a height of a billion would otherwise run on for nothing.
+    if (width == 0 || height == 0)
+        width = height = 0;
     const long long lineBytes = ((long long)width * bytesPerPixel + 3) & ~3LL;
     if (lineBytes > INT_MAX)
         VELNOR_THROW("Bitmap too large", width);

@@ -6,6 +6,7 @@
 #include "mSprite/m8BitRLE.h"
 #include "mWindow/mPalette.h"
 
+#include "Fenced.h"
 #include "mUtil/mApp.h"
 
 #include <gtest/gtest.h>
@@ -153,43 +154,6 @@ inline mRect randomRect(Lcg &rng, long w, long h) {
     const long l = rng.in(-w, 2 * w), t = rng.in(-h, 2 * h);
     return mRect(l, t, l + rng.in(-3, 2 * w + 3), t + rng.in(-3, 2 * h + 3));
 }
-
-// Memory with inaccessible pages on both sides; the block either starts right behind the
-// first or ends right before the second, so that a step past that edge faults at once.
-class GuardedBlock {
-public:
-    GuardedBlock(size_t size, bool atEnd) {
-        const size_t page = 4096, span = (size + page - 1) / page * page + (size ? 0 : page);
-        base = static_cast<unsigned char *>(VirtualAlloc(nullptr, span + 2 * page, MEM_RESERVE | MEM_COMMIT, PAGE_NOACCESS));
-        DWORD old;
-        VirtualProtect(base + page, span, PAGE_READWRITE, &old);
-        start = atEnd ? base + page + span - size : base + page;
-    }
-    ~GuardedBlock() { VirtualFree(base, 0, MEM_RELEASE); }
-    GuardedBlock(const GuardedBlock &) = delete;
-    GuardedBlock &operator=(const GuardedBlock &) = delete;
-    unsigned char *get() const { return start; }
-
-private:
-    unsigned char *base;
-    unsigned char *start;
-};
-
-// An image of a library class whose block lies in guarded memory, as a memory image's
-// block lies in memory the image does not own.
-template <class Base> class Guarded : public Base {
-public:
-    template <class... Args>
-    Guarded(bool atEnd, Args &&...args) : Base(args...), block((size_t)this->header->dataSize, atEnd) {
-        std::memcpy(block.get(), this->data, (size_t)this->header->dataSize);
-        mApp::free(this->data);
-        this->data = block.get();
-    }
-    ~Guarded() override { this->data = nullptr; }
-
-private:
-    GuardedBlock block;
-};
 
 // Copies `from` into many targets of the depth of Pixel (15-bit ones with `mapping`), each
 // block fenced by an inaccessible page on one side, with random rectangles and positions,
