@@ -78,7 +78,6 @@ public:
     void setActivation(bool active) { activation = active; }
     bool isFatal() const { return fatal; }
     int getExitCode() const { return exitCode; }
-    bool processIdle(unsigned long count);
     static int getNextChar(bool sys);
 
     void setMainWindow(mMainFrame *frame, mModule *module, unsigned short resumeMessage);
@@ -128,10 +127,13 @@ public:
 
 private:
     friend class mExitListener;
+    // The platform's modal loops reach idle rounds through the window core.
+    friend class mWindow;
     mApp(const mApp &);
     mApp &operator=(const mApp &);
 
     int processStart();
+    bool processIdle(unsigned long count);
     int closeDown();
     int runLoop();
     bool dialogMsg(void *msg);

@@ -86,8 +86,7 @@ mLResult mDialog::process(SYSTEM_INFO_STRUCT *p, int message, mWParam wParam, mL
         return onInitDialog();
     case WM_CTLCOLORDLG: {
         bool handled = false;
-        return (mLResult)mOnColorControl(handled, reinterpret_cast<void *>((uintptr_t)wParam),
-                                              reinterpret_cast<void *>((uintptr_t)lParam), 4);
+        return mOnColorControl(handled, reinterpret_cast<void *>(wParam), reinterpret_cast<void *>(lParam), 4);
     }
     case DM_GETDEFID:
         if (startUnfocused) {
@@ -114,10 +113,10 @@ bool mDialog::mOnSysKeyDown(int key) {
     return true;
 }
 
-int mDialog::mOnColorControl(bool &handled, void *dc, void *control, int kind) {
+mLResult mDialog::mOnColorControl(bool &handled, void *dc, void *control, int kind) {
     handled = true;
     if (control == peer)
-        return (int)setControlColor(dc);
+        return setControlColor(dc);
     return mWindow::mOnColorControl(handled, dc, control, kind);
 }
 

@@ -22,7 +22,7 @@ public:
 
 protected:
     ~mDialog() override;
-    int mOnColorControl(bool &handled, void *dc, void *control, int kind) override;
+    mLResult mOnColorControl(bool &handled, void *dc, void *control, int kind) override;
     bool mOnSysKeyDown(int key);
 
     bool focusKilled;

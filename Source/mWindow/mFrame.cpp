@@ -1,8 +1,15 @@
 #include "mWindow/mFrame.h"
+#include "mFile/mFile.h"
 #include "mUtil/mApp.h"
 #include "mUtil/mModule.h"
+#include "mWindow/mMenu.h"
 
 #include <windows.h>
+
+namespace {
+HWND hwnd(SYSTEM_INFO_STRUCT *peer) { return reinterpret_cast<HWND>(peer); }
+HMENU hmenu(SYSTEM_INFO_STRUCT *peer) { return reinterpret_cast<HMENU>(peer); }
+} // namespace
 
 mCreateInfo mFrame::genInfo(int style, const mString &title) {
     mCreateInfo info;
@@ -31,7 +38,103 @@ mFrame::mFrame(mWindow *parent, const mRect &bounds, int style, const mString &t
 
 mFrame::mFrame(const mRect &bounds, int style, const mString &title) : mFrame(nullptr, bounds, style, title) {}
 
-mFrame::~mFrame() {}
+// The menus still held are the frame's own.
+mFrame::~mFrame() {
+    if (systemMenu) {
+        systemMenu->frame = nullptr;
+        delete systemMenu;
+        systemMenu = nullptr;
+    }
+    delete setHelpMenu(nullptr);
+    delete setMenu(nullptr);
+}
+
+mMenu *mFrame::setMenu(mMenu *bar) {
+    if (bar)
+        bar->checkFree();
+    if (helpMenu)
+        removeHelp();
+    mMenu *previous = menu;
+    if (previous) {
+        menu = nullptr;
+        previous->attach(nullptr);
+        SetMenu(hwnd(peer), nullptr);
+    }
+    if (bar) {
+        bar->attach(this);
+        menu = bar;
+        SetMenu(hwnd(peer), hmenu(bar->getPeer()));
+    }
+    if (helpMenu)
+        appendHelp();
+    return previous;
+}
+
+mMenu *mFrame::setHelpMenu(mMenu *help) {
+    if (help)
+        help->checkFree();
+    mMenu *previous = helpMenu;
+    if (previous)
+        removeHelp();
+    helpMenu = help;
+    if (help)
+        appendHelp();
+    return previous;
+}
+
+mMenuItem *mFrame::getHelpMenu() const {
+    if (helpMenu && helpMenu->getLabel().empty())
+        return helpMenu->getItem(0);
+    return helpMenu;
+}
+
+// The help menu goes at the end of the bar, on a bar of its own if there is no menu. A help
+// menu without a label stands for its first entry, a single command on the bar.
+void mFrame::appendHelp() {
+    HMENU bar = menu ? hmenu(menu->getPeer()) : CreateMenu();
+    helpMenu->setHelpMenu(this);
+    mMenuItem *entry = helpMenu->getLabel().empty() ? helpMenu->getItem(0) : helpMenu;
+    if (entry) {
+        MENUITEMINFOA info;
+        entry->getPeerInfo(&info);
+        info.fMask |= MIIM_DATA;
+        info.dwItemData = reinterpret_cast<ULONG_PTR>(entry);
+        InsertMenuItemA(bar, menu ? (UINT)GetMenuItemCount(bar) : 0, TRUE, &info);
+    }
+    if (!menu)
+        SetMenu(hwnd(peer), bar);
+}
+
+void mFrame::removeHelp() {
+    if (menu) {
+        HMENU bar = hmenu(menu->getPeer());
+        RemoveMenu(bar, (UINT)(GetMenuItemCount(bar) - 1), MF_BYPOSITION);
+    } else {
+        HMENU bar = GetMenu(hwnd(peer));
+        RemoveMenu(bar, 0, MF_BYPOSITION);
+        SetMenu(hwnd(peer), nullptr);
+        DestroyMenu(bar);
+    }
+    helpMenu->setHelpMenu(nullptr);
+}
+
+mMenu *mFrame::getSystemMenu() {
+    if (!systemMenu)
+        systemMenu = new mMenu(this, reinterpret_cast<SYSTEM_INFO_STRUCT *>(GetSystemMenu(hwnd(peer), FALSE)));
+    return systemMenu;
+}
+
+void mFrame::resetSystemMenu() { delete detachSystemMenu(); }
+
+// The platform's own system menu comes back; the wrapper, if any, goes to the caller.
+mMenu *mFrame::detachSystemMenu() {
+    mMenu *wrapper = systemMenu;
+    systemMenu = nullptr;
+    if (wrapper)
+        wrapper->frame = nullptr;
+    GetSystemMenu(hwnd(peer), TRUE);
+    return wrapper;
+}
 
 bool mFrame::process(int message, mWParam wParam, mLParam lParam, mLResult &result) {
     if (message != WM_MENUSELECT)
@@ -46,7 +149,7 @@ bool mFrame::process(int message, mWParam wParam, mLParam lParam, mLResult &resu
     return onMenuSelect(id);
 }
 
-void mFrame::updateMenu() { DrawMenuBar(reinterpret_cast<HWND>(peer)); }
+void mFrame::updateMenu() { DrawMenuBar(hwnd(peer)); }
 
 mMainFrame::mMainFrame(mApp *app, mModule *module, const mRect &bounds, int style, const mString &title,
                        unsigned short resumeMessage)
@@ -54,11 +157,42 @@ mMainFrame::mMainFrame(mApp *app, mModule *module, const mRect &bounds, int styl
     app->setMainWindow(this, module, resumeMessage);
 }
 
+// ---- Help.
+
+// The full path of the help file, found along the file search path; empty if there is none.
+mString mMainFrame::getFullHelpFile(const mString &file) const {
+    mInputFile help(file.empty() ? defaultHelp : file);
+    if (!help.OpenFile(true))
+        return mString();
+    return help.getFullPath();
+}
+
+bool mMainFrame::help(const mString &file, unsigned int command, uintptr_t data) {
+    if (file.empty())
+        return false;
+    if (!WinHelpA(hwnd(peer), file.c_str(), command, data))
+        return false;
+    helpOpen = true;
+    return true;
+}
+
+bool mMainFrame::openHelpTopic(const mString &keyword, const mString &file) {
+    return help(getFullHelpFile(file), HELP_KEY, reinterpret_cast<uintptr_t>(keyword.c_str()));
+}
+
+bool mMainFrame::openHelpTopic(unsigned long context, const mString &file) {
+    return help(getFullHelpFile(file), HELP_CONTEXT, context);
+}
+
+bool mMainFrame::openHelpContents(const mString &file) { return help(getFullHelpFile(file), HELP_CONTENTS, 0); }
+
+bool mMainFrame::openHelpSystem() { return help("WINHELP.HLP", HELP_HELPONHELP, 0); }
+
 bool mMainFrame::closeHelp() {
     if (!helpOpen)
         return false;
     helpOpen = false;
-    return WinHelpA(reinterpret_cast<HWND>(peer), "", HELP_QUIT, 0) != 0;
+    return WinHelpA(hwnd(peer), "", HELP_QUIT, 0) != 0;
 }
 
 void mMainFrame::onWindowGone() {

@@ -4,6 +4,7 @@
 
 class mApp;
 class mMenu;
+class mMenuItem;
 class mModule;
 
 class VELNOR_API mFrame : public mTopLevel {
@@ -18,6 +19,15 @@ public:
     bool process(int message, mWParam wParam, mLParam lParam, mLResult &result) override;
     virtual bool onMenuSelect(int id) { return false; }
 
+    // The bar and the help menu at its end; each setter returns what stood there before,
+    // which the caller then owns. The frame owns what it holds when it goes.
+    mMenu *setMenu(mMenu *bar);
+    mMenu *getMenu() const { return menu; }
+    mMenu *setHelpMenu(mMenu *help);
+    mMenuItem *getHelpMenu() const;
+    mMenu *getSystemMenu();
+    void resetSystemMenu();
+    mMenu *detachSystemMenu();
     void updateMenu();
 
 protected:
@@ -30,6 +40,8 @@ protected:
 
 private:
     static mCreateInfo genInfo(int style, const mString &title);
+    void appendHelp();
+    void removeHelp();
 };
 
 class VELNOR_API mMainFrame : public mFrame {
@@ -39,11 +51,21 @@ public:
 
     mModule *getModule() const { return module; }
     mApp *getApp() const { return app; }
-    void setDefaultHelp(mString file) { defaultHelp = file; }
-    bool closeHelp();
+    mRect getClientBounds() override { return mWindow::getClientBounds(); }
     void onWindowGone() override;
 
+    // The platform's help viewer, on the file given or else the default one.
+    void setDefaultHelp(mString file) { defaultHelp = file; }
+    bool openHelpTopic(const mString &keyword, const mString &file);
+    bool openHelpTopic(unsigned long context, const mString &file);
+    bool openHelpContents(const mString &file);
+    bool openHelpSystem();
+    bool closeHelp();
+
 protected:
+    mString getFullHelpFile(const mString &file) const;
+    bool help(const mString &file, unsigned int command, uintptr_t data);
+
     mModule *module;
     mApp *app;
     bool helpOpen;

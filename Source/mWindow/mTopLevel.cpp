@@ -1,11 +1,16 @@
 #include "mWindow/mTopLevel.h"
 #include "mUtil/mApp.h"
 #include "mUtil/mModule.h"
+#include "mWindow/mGraphics.h"
 
 #include <windows.h>
 
 namespace {
 HWND hwnd(SYSTEM_INFO_STRUCT *peer) { return reinterpret_cast<HWND>(peer); }
+
+// While the user drags or sizes a window the platform runs a loop of its own, which never
+// reaches the run loop's idle rounds; this timer of the window's brings them back there.
+const UINT_PTR dragIdleTimer = 0xB002;
 
 // The module key of the current state, or empty when there is none to name.
 mString currentModuleKey() {
@@ -42,13 +47,13 @@ void fitSpan(long &low, long &high, long first, long last) {
 mTopLevel::mTopLevel(mWindow *parent)
     : mWindow(parent), minWidth(0), minHeight(0), maxWidth(0), maxHeight(0), icon(nullptr) {}
 
-mTopLevel::~mTopLevel() {}
+mTopLevel::~mTopLevel() { delete icon; }
 
 bool mTopLevel::process(int message, mWParam wParam, mLParam lParam, mLResult &result) {
     switch (message) {
     case WM_GETMINMAXINFO:
         if (maxWidth || maxHeight) {
-            MINMAXINFO *info = reinterpret_cast<MINMAXINFO *>((uintptr_t)lParam);
+            MINMAXINFO *info = reinterpret_cast<MINMAXINFO *>(lParam);
             info->ptMaxSize.x = maxWidth;
             info->ptMaxSize.y = maxHeight;
             result = 0;
@@ -56,7 +61,7 @@ bool mTopLevel::process(int message, mWParam wParam, mLParam lParam, mLResult &r
         }
         break;
     case WM_SIZING: {
-        RECT *r = reinterpret_cast<RECT *>((uintptr_t)lParam);
+        RECT *r = reinterpret_cast<RECT *>(lParam);
         mRect area(r->left, r->top, r->right, r->bottom);
         bool left = wParam == WMSZ_LEFT || wParam == WMSZ_TOPLEFT || wParam == WMSZ_BOTTOMLEFT;
         bool top = wParam == WMSZ_TOP || wParam == WMSZ_TOPLEFT || wParam == WMSZ_TOPRIGHT;
@@ -66,11 +71,19 @@ bool mTopLevel::process(int message, mWParam wParam, mLParam lParam, mLResult &r
         return true;
     }
     case WM_ENTERSIZEMOVE:
+        SetTimer(hwnd(peer), dragIdleTimer, USER_TIMER_MINIMUM, nullptr);
         onUserDrag(true);
         return false;
     case WM_EXITSIZEMOVE:
+        KillTimer(hwnd(peer), dragIdleTimer);
         onUserDrag(false);
         return false;
+    case WM_TIMER:
+        if (wParam != dragIdleTimer)
+            break;
+        mOnEnterIdle(0, nullptr);
+        result = 0;
+        return true;
     default:
         break;
     }
@@ -161,6 +174,13 @@ void mTopLevel::center(bool onScreen) {
     int left = r.left + (reference.left + reference.right - r.left - r.right) / 2;
     int top = r.top + (reference.top + reference.bottom - r.top - r.bottom) / 2;
     SetWindowPos(hwnd(peer), nullptr, left, top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOREDRAW);
+}
+
+// The icon goes into the peer's class, so every window of that class shows it.
+void mTopLevel::setIcon(mIcon *newIcon) {
+    delete icon;
+    icon = newIcon ? new mIcon(*newIcon) : nullptr;
+    SetClassLongPtrA(hwnd(peer), GCLP_HICON, reinterpret_cast<LONG_PTR>(icon ? icon->getPeer(nullptr) : nullptr));
 }
 
 void mTopLevel::setTitle(const mString &title) { SetWindowTextA(hwnd(peer), title.c_str()); }

@@ -17,6 +17,7 @@ public:
     bool isEnabled();
     void activate();
     void center(bool onScreen);
+    void setIcon(mIcon *newIcon);
     void setTitle(const mString &title);
     mString getTitle();
 

@@ -4,6 +4,7 @@
 #include "mWindow/mControl.h"
 #include "mWindow/mDialog.h"
 #include "mWindow/mFrame.h"
+#include "mWindow/mMenu.h"
 
 #include <windows.h>
 
@@ -38,14 +39,12 @@ LRESULT CALLBACK windowProc(HWND peer, UINT message, WPARAM wParam, LPARAM lPara
     return DefWindowProcA(peer, message, wParam, lParam);
 }
 
-struct CursorEntry {
-    LPCSTR id;
-};
 const LPCSTR systemCursors[] = {IDC_WAIT, IDC_IBEAM, IDC_ARROW, IDC_CROSS, IDC_NO};
 
 int lowSigned(uintptr_t v) { return (short)(v & 0xFFFF); }
 int highSigned(uintptr_t v) { return (short)((v >> 16) & 0xFFFF); }
 int highWord(uintptr_t v) { return (int)((v >> 16) & 0xFFFF); }
+void *pointer(uintptr_t v) { return reinterpret_cast<void *>(v); }
 
 } // namespace
 
@@ -526,22 +525,21 @@ bool mWindow::process(int message, mWParam wParam, mLParam lParam, mLResult &res
     case WM_MOVE: mOnMove(handled, x, y); break;
     case WM_SIZE: mOnSize(handled, (int)wParam, x, y); break;
     case WM_ACTIVATE:
-        mOnActivate(handled, (int)(wParam & 0xFFFF), reinterpret_cast<void *>((uintptr_t)lParam), highWord(wParam));
+        mOnActivate(handled, (int)(wParam & 0xFFFF), pointer(lParam), highWord(wParam));
         break;
-    case WM_SETFOCUS: mOnSetFocus(handled, reinterpret_cast<void *>((uintptr_t)wParam)); break;
-    case WM_KILLFOCUS: mOnKillFocus(handled, reinterpret_cast<void *>((uintptr_t)wParam)); break;
+    case WM_SETFOCUS: mOnSetFocus(handled, pointer(wParam)); break;
+    case WM_KILLFOCUS: mOnKillFocus(handled, pointer(wParam)); break;
     case WM_PAINT: mOnPaint(handled); break;
     case WM_CLOSE: mOnClose(handled); break;
-    case WM_ERASEBKGND: result = (mLResult)mOnEraseBkgnd(handled, reinterpret_cast<void *>((uintptr_t)wParam)); break;
-    case WM_ACTIVATEAPP: mOnActivateApp(handled, (int)wParam, lParam); break;
+    case WM_ERASEBKGND: result = mOnEraseBkgnd(handled, pointer(wParam)); break;
+    case WM_ACTIVATEAPP: mOnActivateApp(handled, (int)wParam, (unsigned long)lParam); break;
     case WM_CANCELMODE: mOnCancelMode(handled); break;
     case WM_SETCURSOR:
-        result = (mLResult)mSetCursor(reinterpret_cast<void *>((uintptr_t)wParam), (short)(lParam & 0xFFFF),
-                                           highWord(lParam), handled);
+        result = mSetCursor(pointer(wParam), lowSigned(lParam), highWord(lParam), handled);
         break;
-    case WM_DRAWITEM: mOnDrawItem(handled, reinterpret_cast<const void *>((uintptr_t)lParam)); result = 1; break;
-    case WM_MEASUREITEM: mOnMeasureItem(handled, reinterpret_cast<const void *>((uintptr_t)lParam)); result = 1; break;
-    case WM_DELETEITEM: mOnDeleteItem(handled, reinterpret_cast<const void *>((uintptr_t)lParam)); result = 1; break;
+    case WM_DRAWITEM: mOnDrawItem(handled, pointer(lParam)); result = 1; break;
+    case WM_MEASUREITEM: mOnMeasureItem(handled, pointer(lParam)); result = 1; break;
+    case WM_DELETEITEM: mOnDeleteItem(handled, pointer(lParam)); result = 1; break;
     case WM_NCDESTROY: {
         // The object goes with its peer, even when onWindowGone fails.
         struct Deleter {
@@ -560,22 +558,21 @@ bool mWindow::process(int message, mWParam wParam, mLParam lParam, mLResult &res
     case WM_SYSKEYUP: mOnSysKeyUD(handled, (int)wParam, 0, x, highWord(lParam)); break;
     case WM_SYSCHAR: mOnSysChar(handled, (signed char)(wParam & 0xFF), x); break;
     case WM_COMMAND:
-        mOnCommand(handled, (int)(wParam & 0xFFFF), reinterpret_cast<void *>((uintptr_t)lParam), highWord(wParam));
+        // Notification codes are signed: list and combo boxes report failures as -1 and -2.
+        mOnCommand(handled, (int)(wParam & 0xFFFF), pointer(lParam), highSigned(wParam));
         break;
     case WM_SYSCOMMAND: mOnSysCommand(handled, (int)wParam, x, y); break;
     case WM_HSCROLL:
-        mOnHScroll(handled, reinterpret_cast<void *>((uintptr_t)lParam), (int)(wParam & 0xFFFF), highWord(wParam));
+        mOnHScroll(handled, pointer(lParam), (int)(wParam & 0xFFFF), highWord(wParam));
         break;
     case WM_VSCROLL:
-        mOnVScroll(handled, reinterpret_cast<void *>((uintptr_t)lParam), (int)(wParam & 0xFFFF), highWord(wParam));
+        mOnVScroll(handled, pointer(lParam), (int)(wParam & 0xFFFF), highWord(wParam));
         break;
-    case WM_ENTERIDLE: mOnEnterIdle(wParam, lParam); break;
+    case WM_ENTERIDLE: mOnEnterIdle((int)wParam, pointer(lParam)); break;
     case WM_CTLCOLOREDIT: case WM_CTLCOLORLISTBOX: case WM_CTLCOLORBTN: case WM_CTLCOLORSCROLLBAR:
     case WM_CTLCOLORSTATIC: {
         static const int kinds[] = {1, 2, 3, 0, 5, 6};
-        result = (mLResult)mOnColorControl(handled, reinterpret_cast<void *>((uintptr_t)wParam),
-                                                reinterpret_cast<void *>((uintptr_t)lParam),
-                                                kinds[message - WM_CTLCOLOREDIT]);
+        result = mOnColorControl(handled, pointer(wParam), pointer(lParam), kinds[message - WM_CTLCOLOREDIT]);
         break;
     }
     case WM_MOUSEMOVE: mOnMouseMove(handled, x, y, (int)wParam); break;
@@ -585,7 +582,7 @@ bool mWindow::process(int message, mWParam wParam, mLParam lParam, mLResult &res
     case WM_RBUTTONDOWN: mOnRButtonDown(handled, 0, x, y, (int)wParam); break;
     case WM_RBUTTONUP: mOnRButtonUp(handled, x, y, (int)wParam); break;
     case WM_RBUTTONDBLCLK: mOnRButtonDown(handled, 1, x, y, (int)wParam); break;
-    case WM_PALETTECHANGED: mOnPaletteChanged(handled, reinterpret_cast<void *>((uintptr_t)wParam)); break;
+    case WM_PALETTECHANGED: mOnPaletteChanged(handled, pointer(wParam)); break;
     case DEFERRED_DESTROY:
         if (gone)
             return false;
@@ -669,9 +666,9 @@ void mWindow::mOnSysKeyUD(bool &handled, int key, int down, int, int) {
 
 void mWindow::mOnSysChar(bool &handled, int character, int) { handled = onChar(getKeyQualifiers() | 4, character); }
 
-int mWindow::mOnColorControl(bool &handled, void *dc, void *control, int kind) {
+mLResult mWindow::mOnColorControl(bool &handled, void *dc, void *control, int kind) {
     handled = true;
-    return (int)SendMessageA(static_cast<HWND>(control), REFLECT_COLOR, reinterpret_cast<WPARAM>(dc), kind);
+    return SendMessageA(static_cast<HWND>(control), REFLECT_COLOR, reinterpret_cast<WPARAM>(dc), kind);
 }
 
 void mWindow::mOnDeleteItem(bool &, const void *record) {
@@ -685,7 +682,6 @@ void mWindow::mOnCommand(bool &handled, int id, void *control, int code) {
     typedef bool (*Conversion)(int &, SYSTEM_INFO_STRUCT *);
     static const Conversion families[] = {mButton::convertButton, mStatic::convertStatic, mListBox::convertListBox,
                                           mComboBox::convertComboBox, mEdit::convertEdit};
-    code = (short)code;
     SYSTEM_INFO_STRUCT *peer = static_cast<SYSTEM_INFO_STRUCT *>(control);
     for (Conversion convert : families)
         if (convert(code, peer))
@@ -748,6 +744,10 @@ bool mWindow::drawMeasure(const void *record, bool draw) {
     case ODT_COMBOBOX: return mControl::oDrawItem(this, record, draw, false);
     case ODT_BUTTON:
     case ODT_STATIC: return mControl::oDraw(this, record, draw);
+    case ODT_MENU: {
+        mFrame *frame = dynamic_cast<mFrame *>(this);
+        return frame && mMenu::oDraw(frame, record, draw);
+    }
     default: return false;
     }
 }
@@ -793,15 +793,18 @@ void mWindow::mOnPaletteChanged(bool &, void *) {
         window->update(true);
 }
 
-// Idle rounds while the platform runs a modal loop (a dialog, an open menu).
-void mWindow::mOnEnterIdle(unsigned long, unsigned long) {
+void mWindow::mOnEnterIdle(int, void *) {
     mApp *app = mApp::getCurrentApp();
     if (!app)
         return;
     MSG msg;
     for (unsigned long counter = 0;; ++counter) {
-        if (PeekMessageA(&msg, nullptr, 0, 0, PM_NOREMOVE))
+        if (PeekMessageA(&msg, nullptr, 0, 0, PM_NOREMOVE)) {
+            // Looking at the queue marks its input as seen, and a modal loop that waits for new
+            // input would sleep on it; a message of our own wakes it.
+            PostMessageA(hwnd(peer), WM_NULL, 0, 0);
             return;
+        }
         if (app->processIdle(counter))
             return;
         Sleep(0);

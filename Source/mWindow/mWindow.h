@@ -107,9 +107,6 @@ public:
     static void killFocus();
     SYSTEM_INFO_STRUCT *getControlPeer(int id);
     mControl *getControl(int id);
-    // Keeps the window's own bar of that orientation; one that replaces a bar without a peer
-    // of its own deletes it.
-    void setScroller(mScrollBar *bar);
 
     mSize getSize();
     mPoint convertToScreen(const mPoint &point);
@@ -140,11 +137,13 @@ public:
 
     void postUserMessage(int id, int wParam, long lParam);
     int sendUserMessage(int id, int wParam, long lParam);
+    // A command as the platform delivers it: the code in the high word, the control's peer or none.
+    void sendCommand(unsigned short id, unsigned short code, mControl *control);
+    // The window's own scroll bar of the bar's orientation; one that replaces a bar without a
+    // peer of its own deletes it.
+    void setScroller(mScrollBar *bar);
 
     bool enumChildren(mChildList &list, bool deep);
-
-    // Used by the run loop in the platform's modal loops.
-    void mOnEnterIdle(unsigned long reason, unsigned long window);
 
 protected:
     mWindow(mWindow *parent);
@@ -158,7 +157,7 @@ protected:
     void createPeer(const mRect &bounds, unsigned long style);
     void createPeer(const mString &className, mModule *module);
     void setParent(mWindow *p) { parent = p; }
-    long setControlColor(void *dc);
+    mLResult setControlColor(void *dc);
     static int buttonInfo(int keys);
     static int getKeyQualifiers();
     bool vkeyUD(int key, int qualifiers, bool down);
@@ -179,7 +178,7 @@ protected:
     virtual void mOnChar(bool &handled, int character, int repeat);
     virtual void mOnSysKeyUD(bool &handled, int key, int down, int repeat, int flags);
     virtual void mOnSysChar(bool &handled, int character, int repeat);
-    virtual int mOnColorControl(bool &handled, void *dc, void *control, int kind);
+    virtual mLResult mOnColorControl(bool &handled, void *dc, void *control, int kind);
     virtual void mOnDeleteItem(bool &handled, const void *record);
     virtual void mOnCommand(bool &handled, int id, void *control, int code);
     virtual void mOnSysCommand(bool &handled, int command, int x, int y);
@@ -196,6 +195,8 @@ protected:
     virtual void mOnPaletteChanged(bool &handled, void *window);
 
     int mSetCursor(void *window, int hit, int mouse, bool &handled);
+    // Idle rounds while the platform runs a modal loop (a dialog, an open menu, a drag).
+    void mOnEnterIdle(int reason, void *window);
     bool applyCursor();
 
     SYSTEM_INFO_STRUCT *peer;

@@ -49,7 +49,7 @@ mGraphics *mWindow::getGraphics() {
     return surface;
 }
 
-long mWindow::setControlColor(void *dc) {
+mLResult mWindow::setControlColor(void *dc) {
     mBrush *brush = nullptr;
     mColor *text = nullptr, *background = nullptr;
     onSetColor(brush, text, background);
@@ -63,5 +63,5 @@ long mWindow::setControlColor(void *dc) {
         SetBkColor(context, RGB(background->getRed(), background->getGreen(), background->getBlue()));
     }
     // A control's colours come from no surface: the brush takes its colour as it is.
-    return (long)(LONG_PTR)brush->getPeer(nullptr);
+    return reinterpret_cast<mLResult>(brush->getPeer(nullptr));
 }
