@@ -1,7 +1,9 @@
 // The demo title: a main frame showing a picture composed in a memory image (a sprite drawn
 // plain, rotated and scaled), an idle listener that counts the rounds of the run loop, and a
 // timer that saves a screenshot of the window and ends the run.
+#include "DemoMenu.h"
 #include "DemoSettings.h"
+
 #include <Velnor11.h>
 
 #include <cstdio>
@@ -87,6 +89,8 @@ public:
         picture->reset();
         picture->flush();
     }
+
+    bool onCommand(int id, int code) override { return demoMenuCommand(this, id); }
 
     bool onPaint() override {
         bool erase;
@@ -194,6 +198,7 @@ int main(int argc, char **argv) {
     mApp app("VelnorDemo");
     mModule module(reinterpret_cast<SYSTEM_INFO_STRUCT *>(GetModuleHandleA(nullptr)));
     DemoFrame *frame = new DemoFrame(&app, &module);
+    addDemoMenu(frame);
     IdleCounter idle;
     app.registerIdle(&idle);
     frame->compose();

@@ -83,6 +83,10 @@ mLResult mDialog::process(SYSTEM_INFO_STRUCT *p, int message, mWParam wParam, mL
         peer = p;
         if (mApp *app = mApp::getCurrentApp())
             app->registerDialog(this);
+        // Not every dialog manager asks for the default button while it sets up; asking once
+        // from the queue makes the focus-less start happen all the same.
+        if (startUnfocused)
+            PostMessageA(hwnd(peer), DM_GETDEFID, 0, 0);
         return onInitDialog();
     case WM_CTLCOLORDLG: {
         bool handled = false;
@@ -190,7 +194,7 @@ bool mWinUtil::copyToClipboard(const mString &text) {
     if (!OpenClipboard(nullptr))
         return false;
     EmptyClipboard();
-    HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, text.length() + 1);
+    HGLOBAL block = GlobalAlloc(GMEM_DDESHARE, text.length() + 1);
     if (block) {
         memcpy(GlobalLock(block), text.c_str(), text.length() + 1);
         GlobalUnlock(block);

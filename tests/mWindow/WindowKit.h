@@ -22,9 +22,10 @@ struct Idle : mAppListener {
 struct Frame : vt::TestFrame {
     explicit Frame(mApp *app, int style = TITLE_BAR | CLOSE_ENABLED | SYSTEM_MENU | SIZING)
         : vt::TestFrame(app, 0, style) {}
+    // The system's own commands (moving, closing) are left to the platform.
     bool onCommand(int id, int code) override {
         events.push_back("command " + std::to_string(id) + " " + std::to_string(code));
-        return true;
+        return id < 0x8000;
     }
     bool onMenuSelect(int id) override {
         events.push_back("select " + std::to_string(id));
