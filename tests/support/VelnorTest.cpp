@@ -144,8 +144,10 @@ mModule *testModule() {
 
 void AppFixture::SetUp() {
     drainMessages();
+    // The new application makes itself current: the one before it is read first.
+    previous = mApp::getCurrentApp();
     app = new mApp(name);
-    previous = app->setCurrentApp();
+    app->setCurrentApp();
 }
 
 void AppFixture::TearDown() {
