@@ -118,18 +118,13 @@ protected:
         start = mTimer::getCurTime();
         sequence->start("");
         app->registerIdle(this);
-        unsigned long round = 0;
         while (!ended && (long)(mTimer::getCurTime() - start) < ms) {
             onIdle(0);
             if (during && mTimer::getCurTime() - start >= actAt) {
                 during();
                 during = nullptr;
             }
-            MSG msg;
-            if (PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE))
-                mApp::dispatch(&msg);
-            else
-                app->processIdle(round++);
+            app->handleMessages();
         }
         onIdle(0);
         app->unregisterIdle(this);
