@@ -1,4 +1,5 @@
 #include "DemoSettings.h"
+#include "DemoMenu.h"
 
 #include <Velnor11.h>
 
@@ -152,8 +153,16 @@ void startDemoSettings(mWindow *owner, const std::string &outDir) {
     log->echoFile(echo.c_str());
     std::printf("log: main log shown, echoed to %s\n", echo.c_str());
 
-    SettingsTour tour(owner);
-    int result = tour.go(DEMO_SETTINGS_DIALOG, false, nullptr);
+    // The tour comes through the menu's Settings command, as a click on the menu sends it; from
+    // then on the command opens the dialog for a person.
+    int result = -1;
+    setDemoSettingsHandler([&result](mMainFrame *frame) {
+        SettingsTour tour(frame);
+        result = tour.go(DEMO_SETTINGS_DIALOG, false, nullptr);
+    });
+    SendMessageA(reinterpret_cast<HWND>(owner->getPeer()), WM_COMMAND, demoSettingsCommand, 0);
+    mApp::rethrowParked();
+    setDemoSettingsHandler([](mMainFrame *frame) { openDemoSettings(frame); });
     Settings kept;
     kept.load();
     mLogWindow::logit(mLogWindow::LOG_INFO, "settings: dialog closed with %d; the profile store keeps %s", result,

@@ -191,7 +191,7 @@ bool mControl::process(int message, mWParam wParam, mLParam lParam, mLResult &re
                  (mLResult)dlgCode;
         return true;
     case REFLECT_COLOR:
-        result = (mLResult)setControlColor(reinterpret_cast<void *>(wParam));
+        result = setControlColor(reinterpret_cast<void *>(wParam));
         return true;
     default:
         return mWindow::process(message, wParam, lParam, result);

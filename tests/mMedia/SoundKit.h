@@ -48,6 +48,7 @@ inline Bytes loud(size_t bytes, unsigned seed) {
 class Capture {
 public:
     Capture() : from(all().size()) {}
+    static bool available() { return !path().empty(); }
     static std::string path() {
         const char *unixPath = std::getenv("VELNOR_SOUND_FILE");
         return unixPath ? std::string("Z:") + unixPath : std::string();

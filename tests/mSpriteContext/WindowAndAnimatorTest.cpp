@@ -140,18 +140,17 @@ TEST_F(Shown, IdleRoundsDriveTheAnimators) {
     EXPECT_EQ(1, context->getAnimationCount());
     context->update();
     const int copies = frame->handedOut;
-    EXPECT_FALSE(app->processIdle(0));
+    EXPECT_FALSE(app->handleMessages());
     EXPECT_EQ(mPoint(5, 0), first->getPosition());
     EXPECT_EQ(copies + 1, frame->handedOut);
 
     animator->startMove(mPoint(10, 0), 1000, mTimer::getCurTime() - 5000);
-    app->processIdle(0);
+    app->handleMessages();
     EXPECT_EQ(mPoint(10, 0), first->getPosition());
     EXPECT_EQ(mPoint(9, 9), first->next->getPosition()) << "the animator started at the end ran in the same round";
     EXPECT_EQ(copies + 2, frame->handedOut);
     EXPECT_EQ(std::vector<bool>({true}), first->ends);
     EXPECT_EQ(0, context->getAnimationCount());
-    EXPECT_TRUE(app->processIdle(0)) << "no idle listener is left";
     ASSERT_TRUE(vt::pumpUntil([&] { return posted == 11; }, 3000));
     EXPECT_EQ(std::vector<int>({0}), frame->userMessages);
 }
