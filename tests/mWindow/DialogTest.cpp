@@ -45,17 +45,20 @@ BoxAnswer answerBox(const char *title, int button, const std::function<mMsgBox::
 } // namespace
 
 TEST_F(DialogTest, ModalDialogEndsWithItsValueAndKeepsIdleRounds) {
-    Dialog dialog(frame, true);
-    mLResult brushSeen = 0;
-    vt::DialogAnswerer answerer(dialogTitle, IDOK);
-    answerer.setAction([&](HWND w) { brushSeen = SendMessageA(w, WM_CTLCOLORDLG, 0, (LPARAM)w); });
-    wk::Idle idle([](unsigned long) {});
-    app->registerIdle(&idle);
-    EXPECT_EQ(5, dialog.go(600, false, nullptr));
-    app->unregisterIdle(&idle);
-    EXPECT_GT(idle.rounds, 0) << "the dialog's loop runs idle rounds";
-    EXPECT_EQ(reinterpret_cast<mLResult>(dialog.brush.getPeer(nullptr)), brushSeen) << "the brush at full width";
-    EXPECT_MERROR(dialog.go(600, false, nullptr), "Dialog cannot be recreated", 0, "mWindow/mDialog");
+    {
+        // The answerer goes before the next dialog opens, so that it cannot press OK there.
+        Dialog dialog(frame, true);
+        mLResult brushSeen = 0;
+        vt::DialogAnswerer answerer(dialogTitle, IDOK);
+        answerer.setAction([&](HWND w) { brushSeen = SendMessageA(w, WM_CTLCOLORDLG, 0, (LPARAM)w); });
+        wk::Idle idle([](unsigned long) {});
+        app->registerIdle(&idle);
+        EXPECT_EQ(5, dialog.go(600, false, nullptr));
+        app->unregisterIdle(&idle);
+        EXPECT_GT(idle.rounds, 0) << "the dialog's loop runs idle rounds";
+        EXPECT_EQ(reinterpret_cast<mLResult>(dialog.brush.getPeer(nullptr)), brushSeen) << "the brush at full width";
+        EXPECT_MERROR(dialog.go(600, false, nullptr), "Dialog cannot be recreated", 0, "mWindow/mDialog");
+    }
 
     Dialog closed(frame, true);
     vt::DialogAnswerer closer(dialogTitle, IDCANCEL);
