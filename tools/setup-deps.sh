@@ -10,6 +10,8 @@ velnor_missing_packages() {
     command -v Xvfb >/dev/null                           || pkgs+=(xvfb)
     command -v xdpyinfo >/dev/null                       || pkgs+=(x11-utils)
     [ -f /usr/src/googletest/CMakeLists.txt ]            || pkgs+=(googletest)
+    command -v python3 >/dev/null                        || pkgs+=(python3)
+    command -v perl >/dev/null                           || pkgs+=(perl)
     echo "${pkgs[@]}"
 }
 
