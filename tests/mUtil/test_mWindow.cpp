@@ -6,48 +6,34 @@
 
 namespace {
 
-class WindowTest : public vt::AppFixture {
+struct Frame : vt::TestFrame {
+    explicit Frame(mApp *app, int style = TITLE_BAR | CLOSE_ENABLED | SYSTEM_MENU | SIZING)
+        : vt::TestFrame(app, 0, style) {}
+    bool onChar(int q, int code) override {
+        keys.push_back("char " + std::to_string(code));
+        return true;
+    }
+    bool onCharUp(int q, int code) override {
+        keys.push_back("up " + std::to_string(code));
+        return true;
+    }
+    bool onMouseDown(int button, int info, const mPoint &p) override {
+        keys.push_back("down " + std::to_string(button) + " " + std::to_string(info) + " " + std::to_string(p.x) +
+                       "," + std::to_string(p.y));
+        return true;
+    }
+    bool onCommand(int id, int code) override {
+        keys.push_back("command " + std::to_string(id) + " " + std::to_string(code));
+        return true;
+    }
+    void onSize(ShowState s, const mSize &size) override { sizes.push_back(s); }
+    std::vector<std::string> keys;
+    std::vector<int> sizes;
+};
+
+class WindowTest : public vt::FrameFixture<Frame> {
 protected:
-    WindowTest() : vt::AppFixture("WindowTest") {}
-    void SetUp() override {
-        vt::AppFixture::SetUp();
-        frame = new Frame(app);
-    }
-    void TearDown() override {
-        if (app->getStateCount()) {
-            frame->destroy();
-            vt::pumpUntil([&] { return app->getStateCount() == 0; }, 3000);
-        }
-        vt::AppFixture::TearDown();
-    }
-    HWND peer() { return reinterpret_cast<HWND>(frame->getPeer()); }
-
-    struct Frame : vt::TestFrame {
-        explicit Frame(mApp *app, int style = TITLE_BAR | CLOSE_ENABLED | SYSTEM_MENU | SIZING)
-            : vt::TestFrame(app, 0, style) {}
-        bool onChar(int q, int code) override {
-            keys.push_back("char " + std::to_string(code));
-            return true;
-        }
-        bool onCharUp(int q, int code) override {
-            keys.push_back("up " + std::to_string(code));
-            return true;
-        }
-        bool onMouseDown(int button, int info, const mPoint &p) override {
-            keys.push_back("down " + std::to_string(button) + " " + std::to_string(info) + " " + std::to_string(p.x) +
-                           "," + std::to_string(p.y));
-            return true;
-        }
-        bool onCommand(int id, int code) override {
-            keys.push_back("command " + std::to_string(id) + " " + std::to_string(code));
-            return true;
-        }
-        void onSize(ShowState s, const mSize &size) override { sizes.push_back(s); }
-        std::vector<std::string> keys;
-        std::vector<int> sizes;
-    };
-
-    Frame *frame = nullptr;
+    WindowTest() : vt::FrameFixture<Frame>("WindowTest") {}
 };
 
 } // namespace

@@ -35,28 +35,14 @@ struct Frame : vt::TestFrame {
     std::vector<std::string> events;
 };
 
-class WindowFixture : public vt::AppFixture {
+class WindowFixture : public vt::FrameFixture<Frame> {
 protected:
-    explicit WindowFixture(const char *name) : vt::AppFixture(name) {}
-    void SetUp() override {
-        vt::AppFixture::SetUp();
-        frame = new Frame(app);
-    }
-    void TearDown() override {
-        if (app->getStateCount()) {
-            frame->destroy();
-            vt::pumpUntil([&] { return app->getStateCount() == 0; }, 3000);
-        }
-        vt::AppFixture::TearDown();
-    }
-    HWND peer() const { return reinterpret_cast<HWND>(frame->getPeer()); }
+    explicit WindowFixture(const char *name) : vt::FrameFixture<Frame>(name) {}
     // Posts keys to the window in order, as a person at the keyboard would type them.
     void type(std::initializer_list<WPARAM> keys) {
         for (WPARAM key : keys)
             PostMessageA(peer(), WM_KEYDOWN, key, 0);
     }
-
-    Frame *frame = nullptr;
 };
 
 } // namespace wk

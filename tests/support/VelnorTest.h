@@ -93,6 +93,27 @@ protected:
     mApp *previous = nullptr;
 };
 
+// An application with one frame of type F made for each test; the frame, if still there,
+// is destroyed and its state left before the application goes.
+template <class F> class FrameFixture : public AppFixture {
+protected:
+    explicit FrameFixture(const char *name) : AppFixture(name) {}
+    void SetUp() override {
+        AppFixture::SetUp();
+        frame = new F(app);
+    }
+    void TearDown() override {
+        if (app->getStateCount()) {
+            frame->destroy();
+            pumpUntil([&] { return app->getStateCount() == 0; }, 3000);
+        }
+        AppFixture::TearDown();
+    }
+    HWND peer() const { return reinterpret_cast<HWND>(frame->getPeer()); }
+
+    F *frame = nullptr;
+};
+
 // Runs app.start() under a watchdog; the test fails if the watchdog had to end the loop.
 int runBounded(mApp &app, int ms = 10000);
 
