@@ -160,8 +160,7 @@ void startDemoSettings(mWindow *owner, const std::string &outDir) {
         SettingsTour tour(frame);
         result = tour.go(DEMO_SETTINGS_DIALOG, false, nullptr);
     });
-    SendMessageA(reinterpret_cast<HWND>(owner->getPeer()), WM_COMMAND, demoSettingsCommand, 0);
-    mApp::rethrowParked();
+    owner->sendCommand(demoSettingsCommand, 0, nullptr);
     setDemoSettingsHandler([](mMainFrame *frame) { openDemoSettings(frame); });
     Settings kept;
     kept.load();

@@ -688,7 +688,6 @@ void mWindow::mOnCommand(bool &handled, int id, void *control, int code) {
     typedef bool (*Conversion)(int &, SYSTEM_INFO_STRUCT *);
     static const Conversion families[] = {mButton::convertButton, mStatic::convertStatic, mListBox::convertListBox,
                                           mComboBox::convertComboBox, mEdit::convertEdit};
-    code = (short)code;
     SYSTEM_INFO_STRUCT *peer = static_cast<SYSTEM_INFO_STRUCT *>(control);
     for (Conversion convert : families)
         if (convert(code, peer))
