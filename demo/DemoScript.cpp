@@ -1,5 +1,7 @@
 #include "DemoScript.h"
 
+#include "../tools/asa/AsaWriter.h"
+
 #include <cstdio>
 
 namespace {
@@ -29,29 +31,7 @@ bool writeBounce(const std::string &path) {
         const int level = 100 * (int)(count - i) / (int)count;
         samples[i] = (unsigned char)(128 + ((phase / 2205) % 2 ? level : -level));
     }
-    auto le = [](std::vector<unsigned char> &out, unsigned long v, int bytes) {
-        for (int b = 0; b < bytes; ++b)
-            out.push_back((unsigned char)(v >> (8 * b)));
-    };
-    std::vector<unsigned char> file = {'R', 'I', 'F', 'F'};
-    le(file, 36 + count, 4);
-    for (const char *tag : {"WAVE", "fmt "})
-        file.insert(file.end(), tag, tag + 4);
-    le(file, 16, 4);
-    for (unsigned long v : {1UL, 1UL})
-        le(file, v, 2);
-    le(file, rate, 4);
-    le(file, rate, 4);
-    for (unsigned long v : {1UL, 8UL})
-        le(file, v, 2);
-    file.insert(file.end(), {'d', 'a', 't', 'a'});
-    le(file, count, 4);
-    file.insert(file.end(), samples.begin(), samples.end());
-    FILE *out = std::fopen(path.c_str(), "wb");
-    if (!out)
-        return false;
-    const bool written = std::fwrite(file.data(), 1, file.size(), out) == file.size();
-    return std::fclose(out) == 0 && written;
+    return asa::save(path, asa::waveImage(samples, rate, 8, 1));
 }
 
 } // namespace

@@ -75,6 +75,15 @@ inline Bytes waveImage(const Bytes &samples, unsigned long rate, int bits, int c
     return b;
 }
 
+// Writes `b` as the whole file at `path`; false if the disk refused.
+inline bool save(const std::string &path, const Bytes &b) {
+    std::FILE *f = std::fopen(path.c_str(), "wb");
+    if (!f)
+        return false;
+    bool written = std::fwrite(b.data(), 1, b.size(), f) == b.size();
+    return std::fclose(f) == 0 && written;
+}
+
 // The block that an image's record carries: a 4-byte slot, then a bitmap file image, with a
 // table of 15-bit colours when the image has colours.
 inline Bytes imageBlock(const mBitMap &image) {
@@ -213,14 +222,7 @@ public:
         return b;
     }
 
-    bool save(const std::string &path) const {
-        Bytes b = bytes();
-        std::FILE *f = std::fopen(path.c_str(), "wb");
-        if (!f)
-            return false;
-        bool written = std::fwrite(b.data(), 1, b.size(), f) == b.size();
-        return std::fclose(f) == 0 && written;
-    }
+    bool save(const std::string &path) const { return asa::save(path, bytes()); }
 
 private:
     static Bytes frameRecord(const Frame &f, short id, int nameId) {
