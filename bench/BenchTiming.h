@@ -40,4 +40,18 @@ inline double timeOf(const std::function<void()> &work) {
     return best;
 }
 
+// The subject and its baseline in alternate runs, seven each, the best of each: both see
+// the same share of a busy machine.
+struct Timing {
+    double subject, baseline;
+};
+inline Timing compare(const std::function<void()> &subject, const std::function<void()> &baseline) {
+    Timing best = {1e30, 1e30};
+    for (int run = 0; run < 7; ++run) {
+        best.subject = std::min(best.subject, runOf(subject));
+        best.baseline = std::min(best.baseline, runOf(baseline));
+    }
+    return best;
+}
+
 } // namespace bench

@@ -21,21 +21,8 @@ namespace {
 
 const long frameWidth = 640, frameHeight = 480, spriteSize = 64;
 
-using bench::runOf;
-
-// The subject and its baseline in alternate runs, seven each, the best of each: both see
-// the same share of a busy machine.
-struct Timing {
-    double subject, baseline;
-};
-Timing compare(const std::function<void()> &subject, const std::function<void()> &baseline) {
-    Timing best = {1e30, 1e30};
-    for (int run = 0; run < 7; ++run) {
-        best.subject = std::min(best.subject, runOf(subject));
-        best.baseline = std::min(best.baseline, runOf(baseline));
-    }
-    return best;
-}
+using bench::compare;
+using bench::Timing;
 
 void report(const char *name, double pixels, const Timing &t, const char *against) {
     std::printf("%-40s %9.1f Mpx/s   %7.3g x %s\n", name, pixels / t.subject / 1e6, t.baseline / t.subject, against);

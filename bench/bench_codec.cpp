@@ -4,24 +4,16 @@
 #include <Velnor11.h>
 
 #include "../tests/mCodec/MixedData.h"
+#include "BenchTiming.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 // Keeps the compiler from dropping work whose result nobody reads.
 void touch(const void *p) { asm volatile("" : : "r"(p) : "memory"); }
-
-double secondsOf(void (*f)(void *), void *context) {
-    const Clock::time_point start = Clock::now();
-    f(context);
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 double mbPerSecond(size_t bytes, double seconds) { return bytes / seconds / 1e6; }
 
@@ -58,37 +50,23 @@ size_t plainDecode(const unsigned char *in, size_t length, unsigned char *out) {
     return o;
 }
 
-struct Run {
-    const mixed::Bytes *stream;
-    unsigned long size;
-    mixed::Bytes *out;
-};
-
-void decodeOurs(void *p) {
-    Run &run = *static_cast<Run *>(p);
-    mCodec::unCompress(run.stream->data(), (long)run.size, run.out->data(), (long)run.out->size());
-    touch(run.out->data());
-}
-
-void decodePlain(void *p) {
-    Run &run = *static_cast<Run *>(p);
-    plainDecode(run.stream->data(), run.size, run.out->data());
-    touch(run.out->data());
-}
-
 void measure(const char *name, const mixed::Bytes &data) {
     const unsigned long n = (unsigned long)data.size();
     mixed::Bytes stream(mCodec::compressBound(n));
-    const Clock::time_point start = Clock::now();
+    const double start = bench::seconds();
     const unsigned long size = mCodec::compress(data.data(), n, stream.data(), (unsigned long)stream.size());
-    const double encode = std::chrono::duration<double>(Clock::now() - start).count();
+    const double encode = bench::seconds() - start;
     mixed::Bytes ours(n), plain(n);
-    Run oursRun = {&stream, size, &ours}, plainRun = {&stream, size, &plain};
-    double decode = 1e30, baseline = 1e30;
-    for (int i = 0; i < 10; ++i) {
-        decode = std::min(decode, secondsOf(decodeOurs, &oursRun));
-        baseline = std::min(baseline, secondsOf(decodePlain, &plainRun));
-    }
+    const bench::Timing t = bench::compare(
+        [&] {
+            mCodec::unCompress(stream.data(), (long)size, ours.data(), (long)ours.size());
+            touch(ours.data());
+        },
+        [&] {
+            plainDecode(stream.data(), size, plain.data());
+            touch(plain.data());
+        });
+    const double decode = t.subject, baseline = t.baseline;
     printf("%-6s %5.2f MB -> %5.1f%%   decode %7.1f MB/s   plain decoder %7.1f MB/s   %5.2f x   encode %5.1f MB/s%s\n",
            name, n / 1e6, 100.0 * size / n, mbPerSecond(n, decode), mbPerSecond(n, baseline), baseline / decode,
            mbPerSecond(n, encode), ours == data && plain == data ? "" : "   DECODED DATA DIFFERS");
@@ -99,7 +77,7 @@ void measure(const char *name, const mixed::Bytes &data) {
 int main() {
     const size_t n = 4 << 20;
     mixed::Random rng(1);
-    printf("LZSS, best of 10 alternate runs of each decoder.\n");
+    printf("LZSS, best of 7 alternate runs of each decoder.\n");
     measure("text", mixed::text(n, rng));
     measure("runs", mixed::runs(n, rng));
     measure("noise", mixed::noise(n, rng));
