@@ -71,6 +71,7 @@ public:
     mAnimatorS(mStepSpriteBase *step, mSequence *sequence, mAnimObject *object)
         : mAnimator(object, -1), sequence(sequence), step(step) {}
     mSequence *getSequence() const { return sequence; }
+    mStepSpriteBase *getStep() const { return step; }
 
 protected:
     bool done(bool finished) override;

@@ -43,6 +43,14 @@ bool mStepAnimate::entered(mSequence *sequence) {
     return beginAction(sequence, useId);
 }
 
+// A move still under way goes with its step: its animator would report to a step that is
+// gone. The object itself must outlive its script, as it must for the script's end events.
+mStepAnimate::~mStepAnimate() {
+    const mAnimatorS *animator = object ? dynamic_cast<const mAnimatorS *>(object->getAnimator()) : nullptr;
+    if (animator && animator->getStep() == this)
+        object->removeAnimator();
+}
+
 void mStepAnimate::event(mSequence *, int event) {
     if (endsAction(event) && object && object->getAnimator())
         object->getAnimator()->stop(true);

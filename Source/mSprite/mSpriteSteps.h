@@ -42,6 +42,7 @@ class VELNOR_API mStepAnimate : public mStepSpriteBase {
 public:
     mStepAnimate(mAnimObject *object, int dx, int dy, long duration, int useId)
         : mStepSpriteBase(object), delta(dx, dy), duration(duration), useId(useId) {}
+    ~mStepAnimate() override;
     bool entered(mSequence *sequence) override;
     void event(mSequence *sequence, int event) override;
     void animDone(mAnimatorS *animator, bool finished) override;

@@ -183,3 +183,15 @@ TEST_F(ScriptTest, TheRegistryActsByContextAndIdRange) {
     sequences = mSequence::getSequences(nullptr, 0, 1000);
     EXPECT_EQ(std::vector<int>({50, 5}), ends) << "a deleted sequence sends no end message";
 }
+
+TEST_F(ScriptTest, DeletingAScriptEndsItsMoveWhereItIs) {
+    mSprite *a = block(red, 2, 2, mPoint(0, 0), 10);
+    mSequence *s = script({new mStepAnimate(a, 10, 0, 60, 0), probe("after")});
+    s->start("");
+    ASSERT_NE(nullptr, a->getAnimator());
+    sequences.clear();
+    delete s;
+    EXPECT_EQ(nullptr, a->getAnimator()) << "no animator is left to report to the deleted step";
+    EXPECT_EQ(mPoint(0, 0), a->getPosition());
+    EXPECT_TRUE(trail.empty());
+}
