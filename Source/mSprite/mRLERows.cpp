@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <emmintrin.h>
 
 static const char srcPath[] = "mSprite/mRLERows";
 
@@ -14,23 +15,41 @@ namespace {
 // The most bytes of stretches an index keeps: beyond it the blocks could not be addressed.
 const size_t mostBytes = 0x7FFFFFF0;
 
-// A block of bytes of a stretch: the target's bytes keep what the holes keep and take the
-// values elsewhere. A blend gives the same bytes whether it reads the target before or after
-// an overlapping blend, so blocks may overlap, and the last block of a stretch is read before
-// the blocks ahead of it are written: no read waits on a store it half overlaps.
-struct mBlend {
-    uint64_t target[2], hole[2], value[2];
-    template <int Words> void read(const unsigned char *t, const unsigned char *h, const unsigned char *v) {
-        std::memcpy(target, t, 8 * Words);
-        std::memcpy(hole, h, 8 * Words);
-        std::memcpy(value, v, 8 * Words);
+// The target's bytes keep what the holes keep and take the values elsewhere.
+inline __m128i blend16(const unsigned char *t, const unsigned char *h, const unsigned char *v) {
+    const __m128i target = _mm_loadu_si128(reinterpret_cast<const __m128i *>(t));
+    return _mm_or_si128(_mm_and_si128(target, _mm_loadu_si128(reinterpret_cast<const __m128i *>(h))),
+                        _mm_loadu_si128(reinterpret_cast<const __m128i *>(v)));
+}
+
+inline uint64_t blend8(const unsigned char *t, const unsigned char *h, const unsigned char *v) {
+    uint64_t target, hole, value;
+    std::memcpy(&target, t, 8);
+    std::memcpy(&hole, h, 8);
+    std::memcpy(&value, v, 8);
+    return (target & hole) | value;
+}
+
+// n pixels of a stretch, in blocks of 16 bytes with the last one overlapping the one before.
+// A blend gives the same bytes whether it reads the target before or after an overlapping
+// blend, so the first and last blocks are read before the blocks between are written: no
+// read waits on a store it half overlaps, and a stretch of up to two blocks needs no loop.
+inline void blendStretch(unsigned char *t, const unsigned char *h, const unsigned char *v, ptrdiff_t n) {
+    if (n >= 16) {
+        const __m128i head = blend16(t, h, v), last = blend16(t + n - 16, h + n - 16, v + n - 16);
+        for (ptrdiff_t i = 16; i < n - 16; i += 16)
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(t + i), blend16(t + i, h + i, v + i));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(t), head);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(t + n - 16), last);
+    } else if (n >= 8) {
+        const uint64_t last = blend8(t + n - 8, h + n - 8, v + n - 8), head = blend8(t, h, v);
+        std::memcpy(t, &head, 8);
+        std::memcpy(t + n - 8, &last, 8);
+    } else {
+        for (ptrdiff_t i = 0; i < n; ++i)
+            t[i] = (unsigned char)((t[i] & h[i]) | v[i]);
     }
-    template <int Words> void write(unsigned char *t) {
-        for (int i = 0; i < Words; ++i)
-            target[i] = (target[i] & hole[i]) | value[i];
-        std::memcpy(t, target, 8 * Words);
-    }
-};
+}
 
 } // namespace
 
@@ -53,7 +72,8 @@ void mRLERows::build(const unsigned char *stream, long size, long imageWidth, lo
     for (;;) {
         const rle::Kind kind = rle::readToken(p, end, t);
         if (kind >= rle::rowEnd) {
-            rows.push_back({spans.size(), 0, 0, values.size()});
+            padRow();
+            rows.push_back({spans.size(), 0, 0, 0});
             if (kind == rle::imageEnd || (long)rows.size() > height)
                 break;
             x = 0;
@@ -69,26 +89,45 @@ void mRLERows::build(const unsigned char *stream, long size, long imageWidth, lo
 
 // Adds n pixels at x to the last row: the bytes at `given`, or n times `value` when there are
 // none. A span that goes on where the row's last one ended grows; otherwise the gap joins
-// the stretch as skipped pixels and a new span begins.
+// the stretch as skipped pixels and a new span begins. A row's stretch starts far enough left
+// that it can be padded to a whole block inside the image.
 void mRLERows::addPixels(long x, const unsigned char *given, unsigned value, long n) {
     Row &row = rows.back();
     const bool first = spans.size() == row.span;
-    const long gap = first ? 0 : x - row.right;
-    if (values.size() + gap + n > mostBytes)
+    if (first) {
+        row.left = row.right = std::min(x, std::max(0L, width - blockPixels));
+        row.origin = (ptrdiff_t)values.size() - row.left;
+    }
+    const long gap = x - (long)row.right;
+    if (values.size() + gap + n + blockPixels > mostBytes)
         VELNOR_THROW("Bitmap too large", width);
     if (first || gap) {
         spans.push_back({x, x});
-        values.insert(values.end(), gap, 0);
-        holes.insert(holes.end(), gap, 0xFF);
+        skipped(gap);
     }
-    if (first)
-        row.left = x;
     if (given)
         values.insert(values.end(), given, given + n);
     else
         values.insert(values.end(), n, (unsigned char)value);
     holes.insert(holes.end(), n, 0);
-    spans.back().end = row.right = x + n;
+    spans.back().end = x + n;
+    row.right = x + n;
+}
+
+// Widens the last row's stretch to a whole block where the image is wide enough, so that an
+// unclipped copy moves whole blocks only.
+void mRLERows::padRow() {
+    Row &row = rows.back();
+    const ptrdiff_t missing = row.left + blockPixels - row.right;
+    if (spans.size() == row.span || width < blockPixels || missing <= 0)
+        return;
+    skipped(missing);
+    row.right += missing;
+}
+
+void mRLERows::skipped(ptrdiff_t n) {
+    values.insert(values.end(), n, 0);
+    holes.insert(holes.end(), n, 0xFF);
 }
 
 bool mRLERows::rowsOf(const mRect &area, long &first, long &stop) const {
@@ -99,41 +138,31 @@ bool mRLERows::rowsOf(const mRect &area, long &first, long &stop) const {
     return first < stop;
 }
 
-// Rows come bottom up, in the stream as in the target. A stretch moves in blocks of 16
-// bytes, the last one overlapping the one before: a skipped pixel keeps the target's value,
-// a drawn one takes the image's, with no test per pixel.
+// Rows come bottom up, in the stream as in the target. A row's stretch is blended whole: a
+// skipped pixel keeps the target's value, a drawn one takes the image's, with no test per
+// pixel. Everything the loop reads is held locally, since its stores could alias any byte.
+// An area as wide as the image draws every stretch whole, and spares each row its clipping.
+template <bool ClipX>
+void mRLERows::blendRows(const Row *row, const Row *end, ptrdiff_t left, ptrdiff_t right, unsigned char *line,
+                         long linePixels) const {
+    const unsigned char *const valueBase = values.data(), *const holeBase = holes.data();
+    line -= left;
+    for (; row != end; ++row, line += linePixels) {
+        const ptrdiff_t x0 = ClipX ? std::max(row->left, left) : row->left;
+        const ptrdiff_t n = (ClipX ? std::min(row->right, right) : row->right) - x0;
+        if (n > 0)
+            blendStretch(line + x0, holeBase + row->origin + x0, valueBase + row->origin + x0, n);
+    }
+}
+
 void mRLERows::draw(const mRect &area, unsigned char *to, long linePixels) const {
     long first, stop;
     if (!rowsOf(area, first, stop))
         return;
-    for (long r = first; r < stop; ++r, to += linePixels) {
-        const Row &row = rows[r];
-        const long x0 = std::max(row.left, area.left), n = std::min(row.right, area.right) - x0;
-        if (n <= 0)
-            continue;
-        const unsigned char *const value = values.data() + row.at + (x0 - row.left);
-        const unsigned char *const hole = holes.data() + row.at + (x0 - row.left);
-        unsigned char *const target = to + (x0 - area.left);
-        mBlend last;
-        if (n >= 16) {
-            last.read<2>(target + n - 16, hole + n - 16, value + n - 16);
-            mBlend block;
-            for (long i = 0; i + 16 < n; i += 16) {
-                block.read<2>(target + i, hole + i, value + i);
-                block.write<2>(target + i);
-            }
-            last.write<2>(target + n - 16);
-        } else if (n >= 8) {
-            mBlend head;
-            last.read<1>(target + n - 8, hole + n - 8, value + n - 8);
-            head.read<1>(target, hole, value);
-            head.write<1>(target);
-            last.write<1>(target + n - 8);
-        } else {
-            for (long i = 0; i < n; ++i)
-                target[i] = (unsigned char)((target[i] & hole[i]) | value[i]);
-        }
-    }
+    if (area.left == 0 && area.right == width)
+        blendRows<false>(rows.data() + first, rows.data() + stop, 0, width, to, linePixels);
+    else
+        blendRows<true>(rows.data() + first, rows.data() + stop, area.left, area.right, to, linePixels);
 }
 
 // Into 15 bits every drawn pixel goes through the table, so only the spans are visited.
@@ -143,7 +172,7 @@ void mRLERows::draw(const mRect &area, unsigned short *to, long linePixels, cons
         return;
     for (long r = first; r < stop; ++r, to += linePixels) {
         const Row &row = rows[r];
-        const unsigned char *const stretch = values.data() + row.at - row.left;
+        const unsigned char *const stretch = values.data() + row.origin;
         for (const Span *s = spans.data() + row.span, *e = spans.data() + rows[r + 1].span; s != e; ++s) {
             const long x0 = std::max(s->x, area.left), x1 = std::min(s->end, area.right);
             unsigned short *const target = to - area.left;

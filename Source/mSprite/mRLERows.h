@@ -1,6 +1,6 @@
 // The visible part of a run-length image, row by row: each stored row's opaque spans, and
-// the stretch from its first opaque pixel to its last as one block of values with a mask of
-// the skipped pixels. Built once from the token stream, it lets a copy walk each row once,
+// the stretch from its first opaque pixel to its last, widened to at least a block, as values
+// with a mask of the skipped pixels. Built once from the token stream, it lets a copy walk each row once,
 // without reading a token: into 8 bits a row's stretch moves as one masked block, into 15
 // bits each span moves whole through the colour table.
 #pragma once
@@ -31,15 +31,21 @@ private:
     struct Span {
         long x, end;
     };
-    // A row's spans run up to the next row's first; its stretch [left, right) has its values
-    // and mask from `at` on.
+    // A row's spans run up to the next row's first; its stretch [left, right) has the value
+    // and hole of column x at `origin` + x.
     struct Row {
         size_t span;
-        long left, right;
-        size_t at;
+        ptrdiff_t left, right, origin;
     };
+    // The pixels a blend moves at once, and the least a stretch is widened to.
+    static const long blockPixels = 16;
 
     void addPixels(long x, const unsigned char *values, unsigned value, long n);
+    void padRow();
+    template <bool ClipX>
+    void blendRows(const Row *row, const Row *end, ptrdiff_t left, ptrdiff_t right, unsigned char *line,
+                   long linePixels) const;
+    void skipped(ptrdiff_t n);
     // The stored rows that `area` draws, bottom first: [first, stop). False if none.
     bool rowsOf(const mRect &area, long &first, long &stop) const;
 
