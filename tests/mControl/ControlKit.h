@@ -24,18 +24,9 @@ struct Parent : vt::TestFrame {
     std::vector<std::string> events;
 };
 
-class ControlFixture : public vt::AppFixture {
+class ControlFixture : public vt::FrameFixture<Parent> {
 protected:
-    ControlFixture() : vt::AppFixture("ControlTest") {}
-    void SetUp() override {
-        vt::AppFixture::SetUp();
-        parent = new Parent(app);
-    }
-    void TearDown() override {
-        parent->destroy();
-        vt::pumpUntil([&] { return app->getStateCount() == 0; }, 3000);
-        vt::AppFixture::TearDown();
-    }
+    ControlFixture() : vt::FrameFixture<Parent>("ControlTest") {}
     // Lets everything posted so far be handled.
     void settle() { vt::drainMessages(); }
     void click(const mWindow *w, int x, int y) {
@@ -55,15 +46,13 @@ protected:
     }
     // What a control would send its parent, with a code of our choosing.
     void notify(const mWindow *w, int code) {
-        SendMessageA(hwnd(parent), WM_COMMAND, MAKEWPARAM(GetDlgCtrlID(hwnd(w)), (WORD)code), (LPARAM)hwnd(w));
+        SendMessageA(hwnd(frame), WM_COMMAND, MAKEWPARAM(GetDlgCtrlID(hwnd(w)), (WORD)code), (LPARAM)hwnd(w));
     }
     std::vector<std::string> take() {
         std::vector<std::string> e;
-        e.swap(parent->events);
+        e.swap(frame->events);
         return e;
     }
-
-    Parent *parent = nullptr;
 };
 
 } // namespace ck

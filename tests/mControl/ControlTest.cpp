@@ -18,8 +18,8 @@ struct QuietButton : mButton {
 } // namespace
 
 TEST_F(ControlTest, ButtonsReportClicksAndKeepTheirCheckState) {
-    QuietButton *push = new QuietButton(parent, mButton::PUSH_BUTTON, 101);
-    mButton *check = new mButton(parent, mRect(10, 50, 110, 70), mButton::AUTO_CHECK_BOX, 102, "Check", true, true);
+    QuietButton *push = new QuietButton(frame, mButton::PUSH_BUTTON, 101);
+    mButton *check = new mButton(frame, mRect(10, 50, 110, 70), mButton::AUTO_CHECK_BOX, 102, "Check", true, true);
     click(push, 5, 5);
     click(check, 5, 5);
     EXPECT_EQ(Events({"command 101 16", "command 102 16"}), take());
@@ -39,13 +39,13 @@ TEST_F(ControlTest, ButtonsReportClicksAndKeepTheirCheckState) {
     char text[64];
     GetWindowTextA(hwnd(push), text, sizeof text);
     EXPECT_STREQ("Pressed twice", text);
-    EXPECT_EQ(push, parent->getControl(101));
+    EXPECT_EQ(push, frame->getControl(101));
     EXPECT_EQ(push, mWindow::findWindow(push->getPeer()));
 }
 
 TEST_F(ControlTest, RadioButtonsCheckOneOfTheirGroup) {
-    mButton *a = new mButton(parent, mRect(10, 10, 90, 30), mButton::RADIO_BUTTON, 201, "A", true, true);
-    mButton *b = new mButton(parent, mRect(10, 40, 90, 60), mButton::RADIO_BUTTON, 202, "B", true, false);
+    mButton *a = new mButton(frame, mRect(10, 10, 90, 30), mButton::RADIO_BUTTON, 201, "A", true, true);
+    mButton *b = new mButton(frame, mRect(10, 40, 90, 60), mButton::RADIO_BUTTON, 202, "B", true, false);
     a->radioCheck(201, 202);
     b->radioCheck(201, 202);
     EXPECT_FALSE(a->isChecked());
@@ -53,18 +53,18 @@ TEST_F(ControlTest, RadioButtonsCheckOneOfTheirGroup) {
 }
 
 TEST_F(ControlTest, NotificationsOfUnwrappedControlsComeInTheLibrarysNumbering) {
-    HWND list = CreateWindowExA(0, "listbox", "", WS_CHILD | LBS_NOTIFY, 0, 0, 50, 50, hwnd(parent), (HMENU)7,
+    HWND list = CreateWindowExA(0, "listbox", "", WS_CHILD | LBS_NOTIFY, 0, 0, 50, 50, hwnd(frame), (HMENU)7,
                                 nullptr, nullptr);
-    HWND combo = CreateWindowExA(0, "combobox", "", WS_CHILD | CBS_DROPDOWNLIST, 0, 0, 50, 50, hwnd(parent),
+    HWND combo = CreateWindowExA(0, "combobox", "", WS_CHILD | CBS_DROPDOWNLIST, 0, 0, 50, 50, hwnd(frame),
                                  (HMENU)8, nullptr, nullptr);
-    SendMessageA(hwnd(parent), WM_COMMAND, MAKEWPARAM(7, (WORD)LBN_ERRSPACE), (LPARAM)list);
-    SendMessageA(hwnd(parent), WM_COMMAND, MAKEWPARAM(8, (WORD)CBN_ERRSPACE), (LPARAM)combo);
-    SendMessageA(hwnd(parent), WM_COMMAND, MAKEWPARAM(9, 0), 0);
+    SendMessageA(hwnd(frame), WM_COMMAND, MAKEWPARAM(7, (WORD)LBN_ERRSPACE), (LPARAM)list);
+    SendMessageA(hwnd(frame), WM_COMMAND, MAKEWPARAM(8, (WORD)CBN_ERRSPACE), (LPARAM)combo);
+    SendMessageA(hwnd(frame), WM_COMMAND, MAKEWPARAM(9, 0), 0);
     EXPECT_EQ(Events({"command 7 257", "command 8 389", "command 9 0"}), take());
 }
 
 TEST_F(ControlTest, ListBoxFollowsClicksAndAnswersForItsItems) {
-    mListBox *list = new mListBox(parent, mRect(10, 10, 150, 150), 301, true, true, false, true, true,
+    mListBox *list = new mListBox(frame, mRect(10, 10, 150, 150), 301, true, true, false, true, true,
                                   mListBox::SEL_SINGLE, mListBox::DRAW_PLAIN, false, false);
     for (const char *name : {"pear", "apple", "fig"})
         list->add(mString(name));
@@ -94,7 +94,7 @@ TEST_F(ControlTest, ListBoxFollowsClicksAndAnswersForItsItems) {
 }
 
 TEST_F(ControlTest, AListOfSeveralSelectionsTakesRanges) {
-    mListBox *multi = new mListBox(parent, mRect(110, 10, 200, 100), 2, true, false, false, false, false,
+    mListBox *multi = new mListBox(frame, mRect(110, 10, 200, 100), 2, true, false, false, false, false,
                                    mListBox::SEL_MULTIPLE, mListBox::DRAW_PLAIN, false, true);
     for (const char *name : {"a", "b", "c", "d"})
         multi->add(mString(name));
@@ -106,7 +106,7 @@ TEST_F(ControlTest, AListOfSeveralSelectionsTakesRanges) {
 }
 
 TEST_F(ControlTest, ComboBoxChoosesByKeyboard) {
-    mComboBox *combo = new mComboBox(parent, mRect(10, 10, 150, 120), 401, "", true, false, false, true, false,
+    mComboBox *combo = new mComboBox(frame, mRect(10, 10, 150, 120), 401, "", true, false, false, true, false,
                                      mComboBox::DROP_LIST, mListBox::DRAW_PLAIN, false, false);
     for (const char *name : {"low", "medium", "high"})
         combo->add(mString(name));
@@ -123,9 +123,9 @@ TEST_F(ControlTest, ComboBoxChoosesByKeyboard) {
 }
 
 TEST_F(ControlTest, EditsTakeTypedTextAndMapTheirStyles) {
-    mEdit *upper = new mEdit(parent, mRect(10, 10, 200, 30), 501, true, "", false, true, false, false, true, false,
+    mEdit *upper = new mEdit(frame, mRect(10, 10, 200, 30), 501, true, "", false, true, false, false, true, false,
                              false, false, false, mEdit::ALIGN_LEFT, mEdit::CASE_UPPER, false);
-    mEdit *lines = new mEdit(parent, mRect(10, 40, 200, 140), 502, true, "one\r\n\r\nthree", false, false, true, true,
+    mEdit *lines = new mEdit(frame, mRect(10, 40, 200, 140), 502, true, "one\r\n\r\nthree", false, false, true, true,
                              true, true, true, false, false, mEdit::ALIGN_LEFT, mEdit::CASE_ANY, false);
     take();
     type(upper, "abc");
@@ -156,7 +156,7 @@ TEST_F(ControlTest, EditsTakeTypedTextAndMapTheirStyles) {
 }
 
 TEST_F(ControlTest, ScrollBarsMoveTheirThumbBeforeTheParentHears) {
-    mScrollBar *bar = new mScrollBar(parent, mRect(10, 10, 200, 27), true, 601, true, false, false);
+    mScrollBar *bar = new mScrollBar(frame, mRect(10, 10, 200, 27), true, 601, true, false, false);
     bar->setMinMax(0, 100, true);
     bar->setPage(10, true);
     const int arrow = GetSystemMetrics(SM_CXHSCROLL) / 2;
@@ -168,7 +168,7 @@ TEST_F(ControlTest, ScrollBarsMoveTheirThumbBeforeTheParentHears) {
     EXPECT_EQ("hscroll 641 bar", events.front());
     EXPECT_EQ("hscroll 646 bar", events.back());
 
-    auto send = [&](int code) { SendMessageA(hwnd(parent), WM_HSCROLL, (WPARAM)code, (LPARAM)hwnd(bar)); };
+    auto send = [&](int code) { SendMessageA(hwnd(frame), WM_HSCROLL, (WPARAM)code, (LPARAM)hwnd(bar)); };
     send(SB_PAGEUP);
     EXPECT_EQ(0, bar->getScrollPos());
     send(SB_PAGEUP); // at the minimum nothing moves
@@ -181,25 +181,25 @@ TEST_F(ControlTest, ScrollBarsMoveTheirThumbBeforeTheParentHears) {
 }
 
 TEST_F(ControlTest, TheWindowsOwnBarScrollsToo) {
-    mScrollBar *own = new mScrollBar(parent, true);
+    mScrollBar *own = new mScrollBar(frame, true);
     EXPECT_FALSE(own->isControl());
-    ShowScrollBar(hwnd(parent), SB_HORZ, TRUE);
+    ShowScrollBar(hwnd(frame), SB_HORZ, TRUE);
     own->setMinMax(0, 20, true);
-    SendMessageA(hwnd(parent), WM_HSCROLL, SB_LINEDOWN, 0);
-    EXPECT_EQ(1, GetScrollPos(hwnd(parent), SB_HORZ));
+    SendMessageA(hwnd(frame), WM_HSCROLL, SB_LINEDOWN, 0);
+    EXPECT_EQ(1, GetScrollPos(hwnd(frame), SB_HORZ));
     EXPECT_EQ(Events({"hscroll 641 own"}), take());
-    new mScrollBar(parent, true); // takes the place of the first, which goes
+    new mScrollBar(frame, true); // takes the place of the first, which goes
 }
 
 TEST_F(ControlTest, MisuseThrowsTheLibrarysErrors) {
-    mButton *button = new mButton(parent, mRect(0, 0, 50, 20), mButton::PUSH_BUTTON, 701, "B", true, true);
+    mButton *button = new mButton(frame, mRect(0, 0, 50, 20), mButton::PUSH_BUTTON, 701, "B", true, true);
     EXPECT_MERROR(new mControl(button->getPeer()), "Already wrapped", 0, "mWindow/mControl");
     EXPECT_MERROR(new mEdit(nullptr), "Attempt to wrap NULL control", 0, "mWindow/mControl");
     EXPECT_MERROR(new mEdit(button->getPeer()), "Tried to make Edit out of Button", 0, "mWindow/mControl");
-    EXPECT_MERROR(new mListBox(parent, 702), "Control id not found", 702, "mWindow/mControl");
-    EXPECT_MERROR(new mButton(parent, mRect(), (mButton::BUTTON_STYLE)8, 1, "", true, true),
+    EXPECT_MERROR(new mListBox(frame, 702), "Control id not found", 702, "mWindow/mControl");
+    EXPECT_MERROR(new mButton(frame, mRect(), (mButton::BUTTON_STYLE)8, 1, "", true, true),
                   "Bad style for push button", 8, "mWindow/mControl");
-    EXPECT_MERROR(new mStatic(parent, mRect(), (mStatic::STATIC_STYLE)0, 1, "", true, 0),
+    EXPECT_MERROR(new mStatic(frame, mRect(), (mStatic::STATIC_STYLE)0, 1, "", true, 0),
                   "Bad style for static control", 0, "mWindow/mControl");
 }
 
@@ -215,7 +215,7 @@ struct ThrowingEdit : mEdit {
 } // namespace
 
 TEST_F(ControlTest, AFailureInAControlsEventReachesTheLoop) {
-    ThrowingEdit *edit = new ThrowingEdit(parent);
+    ThrowingEdit *edit = new ThrowingEdit(frame);
     PostMessageA(hwnd(edit), WM_CHAR, 'q', 1);
     EXPECT_MERROR(settle(), "typed", 'q', "test");
     EXPECT_EQ("", ck::str(edit->getText()));
@@ -251,9 +251,9 @@ struct DrawnList : mListBox {
 } // namespace
 
 TEST_F(ControlTest, OwnerDrawingReachesTheControl) {
-    parent->setVisible(true);
-    DrawnButton *button = new DrawnButton(parent);
-    DrawnList *list = new DrawnList(parent);
+    frame->setVisible(true);
+    DrawnButton *button = new DrawnButton(frame);
+    DrawnList *list = new DrawnList(frame);
     list->add(41ul);
     list->add(42ul);
     list->recalcItemHeight(1);
@@ -292,15 +292,15 @@ TEST_F(ControlTest, NoControlOutlivesItsPeerOrGoesTwice) {
     for (int round = 0; round < 10; ++round) {
         std::vector<mControl *> made;
         for (int i = 0; i < 100; ++i) {
-            made.push_back(new Counted<mButton>(parent, r, mButton::CHECK_BOX, 1, mString("b"), true, true));
-            made.push_back(new Counted<mStatic>(parent, r, mStatic::LEFT_TEXT, 2, mString("s"), true, 4));
-            made.push_back(new Counted<mListBox>(parent, r, 3, true, false, true, true, true, mListBox::SEL_EXTENDED,
+            made.push_back(new Counted<mButton>(frame, r, mButton::CHECK_BOX, 1, mString("b"), true, true));
+            made.push_back(new Counted<mStatic>(frame, r, mStatic::LEFT_TEXT, 2, mString("s"), true, 4));
+            made.push_back(new Counted<mListBox>(frame, r, 3, true, false, true, true, true, mListBox::SEL_EXTENDED,
                                                  mListBox::DRAW_PLAIN, false, false));
-            made.push_back(new Counted<mComboBox>(parent, r, 4, mString("c"), true, true, true, true, true,
+            made.push_back(new Counted<mComboBox>(frame, r, 4, mString("c"), true, true, true, true, true,
                                                   mComboBox::DROP_DOWN, mListBox::DRAW_PLAIN, false, false));
-            made.push_back(new Counted<mEdit>(parent, r, 5, true, mString("e"), true, true, true, true, true, true,
+            made.push_back(new Counted<mEdit>(frame, r, 5, true, mString("e"), true, true, true, true, true, true,
                                               true, true, false, mEdit::ALIGN_RIGHT, mEdit::CASE_LOWER, false));
-            made.push_back(new Counted<mScrollBar>(parent, r, false, 6, true, true, true));
+            made.push_back(new Counted<mScrollBar>(frame, r, false, 6, true, true, true));
         }
         for (mControl *c : made)
             c->destroy();
@@ -308,12 +308,12 @@ TEST_F(ControlTest, NoControlOutlivesItsPeerOrGoesTwice) {
     }
     EXPECT_EQ(0, Counted<mButton>::alive + Counted<mStatic>::alive + Counted<mListBox>::alive +
                      Counted<mComboBox>::alive + Counted<mEdit>::alive + Counted<mScrollBar>::alive);
-    EXPECT_EQ(0, children(hwnd(parent)));
+    EXPECT_EQ(0, children(hwnd(frame)));
 
     // A wrapper deleted while its peer lives gives the peer back its own procedure.
-    HWND plain = CreateWindowExA(0, "button", "", WS_CHILD, 0, 0, 10, 10, hwnd(parent), (HMENU)9, nullptr, nullptr);
+    HWND plain = CreateWindowExA(0, "button", "", WS_CHILD, 0, 0, 10, 10, hwnd(frame), (HMENU)9, nullptr, nullptr);
     LONG_PTR before = GetWindowLongPtrA(plain, GWLP_WNDPROC);
-    delete new Counted<mButton>(parent, 9);
+    delete new Counted<mButton>(frame, 9);
     EXPECT_EQ(before, GetWindowLongPtrA(plain, GWLP_WNDPROC));
     EXPECT_EQ(nullptr, mWindow::findWindow(reinterpret_cast<SYSTEM_INFO_STRUCT *>(plain)));
     EXPECT_EQ(0, Counted<mButton>::alive);

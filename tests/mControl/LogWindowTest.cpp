@@ -13,7 +13,7 @@ class LogWindowTest : public ck::ControlFixture {
 protected:
     void SetUp() override {
         ck::ControlFixture::SetUp();
-        log = new mLogWindow(parent, "Log", 5000, mLogWindow::LOG_INFO, false);
+        log = new mLogWindow(frame, "Log", 5000, mLogWindow::LOG_INFO, false);
     }
     Lines lines() {
         HWND list = GetDlgItem(hwnd(log), 1);
@@ -84,7 +84,7 @@ TEST_F(LogWindowTest, HexDumpAndEchoFile) {
 }
 
 TEST_F(LogWindowTest, FullListPurgesATenthAndCopiesToTheClipboard) {
-    mLogWindow *small = new mLogWindow(parent, "Small", 5, mLogWindow::LOG_DBG0, false);
+    mLogWindow *small = new mLogWindow(frame, "Small", 5, mLogWindow::LOG_DBG0, false);
     for (int i = 0; i < 13; ++i)
         small->log("line %d", i);
     HWND list = GetDlgItem(hwnd(small), 1);

@@ -19,7 +19,7 @@ struct Form : mDialog {
 } // namespace
 
 TEST_F(TemplateTest, ControlsOfATemplateAreWrappedByIdAndLetGoAgain) {
-    Form *form = new Form(parent);
+    Form *form = new Form(frame);
     form->go(100, false, vt::testModule());
     mEdit *edit = new mEdit(form, 10);
     mListBox *list = new mListBox(form, 11);
