@@ -230,14 +230,7 @@ private:
         if (search == INVALID_HANDLE_VALUE)
             return inputs;
         do {
-            std::FILE *f = std::fopen((dir + "\\" + found.cFileName).c_str(), "rb");
-            Bytes b;
-            int c;
-            while (f && (c = std::fgetc(f)) != EOF)
-                b.push_back((unsigned char)c);
-            if (f)
-                std::fclose(f);
-            inputs.push_back(b);
+            inputs.push_back(readFile(dir + "\\" + found.cFileName));
         } while (FindNextFileA(search, &found));
         FindClose(search);
         return inputs;

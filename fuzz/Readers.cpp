@@ -70,17 +70,6 @@ Scratch scratchFile;
 
 void writeFile(const std::string &path, const unsigned char *bytes, size_t size) { scratchFile.write(path, bytes, size); }
 
-Bytes readFile(const std::string &path) {
-    Bytes b;
-    std::FILE *f = std::fopen(path.c_str(), "rb");
-    int c;
-    while (f && (c = std::fgetc(f)) != EOF)
-        b.push_back((unsigned char)c);
-    if (f)
-        std::fclose(f);
-    return b;
-}
-
 struct FreeImage {
     void operator()(mBitMap *image) const {
         if (image)
@@ -503,6 +492,17 @@ void feedAsa(const unsigned char *input, size_t size, const std::string &scratch
 }
 
 } // namespace
+
+Bytes readFile(const std::string &path) {
+    Bytes b;
+    std::FILE *f = std::fopen(path.c_str(), "rb");
+    int c;
+    while (f && (c = std::fgetc(f)) != EOF)
+        b.push_back((unsigned char)c);
+    if (f)
+        std::fclose(f);
+    return b;
+}
 
 const std::vector<Reader> &allReaders() {
     static const std::vector<Reader> readers = {

@@ -19,4 +19,7 @@ struct Reader {
 
 const std::vector<Reader> &allReaders();
 
+// A whole file, or nothing if it cannot be read.
+Bytes readFile(const std::string &path);
+
 } // namespace fuzz
