@@ -1,5 +1,7 @@
 #include "AssetFiles.h"
 
+#include "AsaWriter.h"
+
 #include <Velnor11.h>
 
 #include <cerrno>
@@ -9,19 +11,10 @@
 
 namespace assets {
 
+using asa::put;
+
 namespace {
 
-void put(Bytes &out, unsigned long v, int bytes) {
-    for (int i = 0; i < bytes; ++i)
-        out.push_back((unsigned char)(v >> (8 * i)));
-}
-
-void putTag(Bytes &out, const char *tag) {
-    for (int i = 0; i < 4; ++i)
-        out.push_back((unsigned char)tag[i]);
-}
-
-const unsigned long RATES[] = {0, 11025, 22050, 44100};
 const unsigned long PIXELS_PER_METRE = 2835;
 
 } // namespace
@@ -146,27 +139,9 @@ Bytes bitmapFile(const mBitMap &image) {
 }
 
 Bytes waveFile(const mDigSound &sound) {
-    const unsigned long length = sound.getByteLength();
-    const unsigned channels = sound.isStereo() ? 2 : 1;
-    const unsigned bytes = sound.getSampSize() == mDigSound::bits16 ? 2 : 1;
-    const unsigned long rate = RATES[sound.getFreq()];
-    Bytes out;
-    putTag(out, "RIFF");
-    put(out, 36 + length, 4);
-    putTag(out, "WAVE");
-    putTag(out, "fmt ");
-    put(out, 16, 4);
-    put(out, 1, 2);
-    put(out, channels, 2);
-    put(out, rate, 4);
-    put(out, rate * channels * bytes, 4);
-    put(out, channels * bytes, 2);
-    put(out, 8 * bytes, 2);
-    putTag(out, "data");
-    put(out, length, 4);
     const unsigned char *samples = static_cast<const unsigned char *>(sound.getDataPtr());
-    out.insert(out.end(), samples, samples + length);
-    return out;
+    return asa::waveImage(Bytes(samples, samples + sound.getByteLength()), mDigSound::rateOf(sound.getFreq()),
+                          (int)mDigSound::bitsOf(sound.getSampSize()), sound.isStereo() ? 2 : 1);
 }
 
 } // namespace assets

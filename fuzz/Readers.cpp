@@ -16,12 +16,7 @@ const size_t AUDIO_MOST_PER_BYTE = 64;
 
 // ---- Building inputs
 
-void put(Bytes &b, uint32_t v, int width) {
-    for (int i = 0; i < width; ++i)
-        b.push_back((unsigned char)(v >> (8 * i)));
-}
-
-void append(Bytes &b, const Bytes &more) { b.insert(b.end(), more.begin(), more.end()); }
+using asa::put;
 
 Bytes lzss(const Bytes &plain) {
     Bytes coded(mCodec::compressBound((unsigned long)plain.size()));
@@ -98,8 +93,8 @@ Bytes infoHeader(long width, long height, int planes, int bits, int compression,
 Bytes rleStream(int rows) {
     Bytes b;
     for (int y = 0; y < rows; ++y)
-        append(b, {0, 2, (unsigned char)(y % 4), 0, 6, (unsigned char)y, 0, 5, 1, 2, 3, 4, 5, 0, 3, 9, 0, 0});
-    append(b, {0, 1});
+        put(b, {0, 2, (unsigned char)(y % 4), 0, 6, (unsigned char)y, 0, 5, 1, 2, 3, 4, 5, 0, 3, 9, 0, 0});
+    put(b, {0, 1});
     return b;
 }
 
@@ -115,17 +110,17 @@ Bytes waveImage(int rate, int bits, int channels, size_t samples, bool extraChun
         put(fmt, 0, 2);
     Bytes body = {'W', 'A', 'V', 'E'};
     if (extraChunks)
-        append(body, {'L', 'I', 'S', 'T', 4, 0, 0, 0, 'I', 'N', 'F', 'O'});
-    append(body, {'f', 'm', 't', ' '});
+        put(body, {'L', 'I', 'S', 'T', 4, 0, 0, 0, 'I', 'N', 'F', 'O'});
+    put(body, {'f', 'm', 't', ' '});
     put(body, (uint32_t)fmt.size(), 4);
-    append(body, fmt);
-    append(body, {'d', 'a', 't', 'a'});
+    put(body, fmt);
+    put(body, {'d', 'a', 't', 'a'});
     size_t bytes = samples * channels * bits / 8;
     put(body, (uint32_t)bytes, 4);
-    append(body, ramp(bytes, 5));
+    put(body, ramp(bytes, 5));
     Bytes riff = {'R', 'I', 'F', 'F'};
     put(riff, (uint32_t)body.size(), 4);
-    append(riff, body);
+    put(riff, body);
     return riff;
 }
 
@@ -210,35 +205,35 @@ std::vector<Seed> objSeeds(const std::string &scratch) {
             deep(new m15Bit(mSize(6, 3)));
         std::vector<std::pair<size_t, int>> unused;
         Bytes rleBytes = infoHeader(20, 3, 40, 8, 1, 0, 0, unused);
-        append(rleBytes, rleStream(3));
+        put(rleBytes, rleStream(3));
         Image runs(mBitMap::create(rleBytes.data(), (long)rleBytes.size(), false));
         mObjStore store(mString(scratch.c_str()));
         for (mBitMap *image : {eight.get(), plain.get(), deep.get(), runs.get()})
             store.write(*image, "image");
         Bytes sound(4, 0);
-        append(sound, waveImage(11025, 8, 1, 40, false));
+        put(sound, waveImage(11025, 8, 1, 40, false));
         store.writeBlock(2, sound.data(), (unsigned long)sound.size(), "sound");
         Bytes coded(sound.begin(), sound.begin() + 48);
-        append(coded, {4, 128, 0x30, 0x9F, 0x08, 0x43, 0x85});
+        put(coded, {4, 128, 0x30, 0x9F, 0x08, 0x43, 0x85});
         store.writeCoded(2, 4, 48 + 9, coded.data(), (unsigned long)coded.size(), "delta");
         Bytes eightBit;
         for (uint32_t v : {16u + 40u + 12u, 6u, 2u, 0u, 16u})
             put(eightBit, v, 4);
-        append(eightBit, lzss(ramp(16, 3)));
+        put(eightBit, lzss(ramp(16, 3)));
         store.writeCoded(0, 8, 58 + 12 + 16, eightBit.data(), (unsigned long)eightBit.size(), "eight");
         Bytes fourBit;
         put(fourBit, 22, 2);
-        append(fourBit, ramp(16, 11));
+        put(fourBit, ramp(16, 11));
         Bytes unpacked(22, 0);
         for (uint32_t v : {7u, 3u})
             put(unpacked, v, 4);
         unpacked.resize(54, 0);
-        append(unpacked, ramp(12, 29));
+        put(unpacked, ramp(12, 29));
         put(fourBit, (uint32_t)unpacked.size(), 4);
-        append(fourBit, lzss(unpacked));
+        put(fourBit, lzss(unpacked));
         store.writeCoded(1, 16, 1078 + 24, fourBit.data(), (unsigned long)fourBit.size(), "four");
         Bytes data(4, 0);
-        append(data, ramp(30, 1));
+        put(data, ramp(30, 1));
         store.writeBlock(3, data.data(), (unsigned long)data.size(), "data");
     }
     Seed plainForm{readFile(scratch), {{0, 2}}};
@@ -297,7 +292,7 @@ void feedObj(const unsigned char *input, size_t size, const std::string &scratch
 std::vector<Seed> lzssSeeds(const std::string &) {
     Bytes text;
     for (int i = 0; i < 40; ++i)
-        append(text, {'a', 'b', (unsigned char)('c' + i % 5), ' ', (unsigned char)i});
+        put(text, {'a', 'b', (unsigned char)('c' + i % 5), ' ', (unsigned char)i});
     return {{lzss(text), {}}, {lzss(Bytes(300, 7)), {}}, {lzss(ramp(2000, 13)), {}}};
 }
 
@@ -313,12 +308,12 @@ void feedLzss(const unsigned char *input, size_t size, const std::string &) {
 
 std::vector<Seed> audioSeeds(const std::string &) {
     Bytes blocks = {32, 128, 0x30};
-    append(blocks, ramp(16, 90));
-    append(blocks, {0x25});
-    append(blocks, ramp(8, 200));
-    append(blocks, {0x1F});
-    append(blocks, ramp(4, 255));
-    append(blocks, {0x45, 0x85, 0x00, 0x40});
+    put(blocks, ramp(16, 90));
+    put(blocks, {0x25});
+    put(blocks, ramp(8, 200));
+    put(blocks, {0x1F});
+    put(blocks, ramp(4, 255));
+    put(blocks, {0x45, 0x85, 0x00, 0x40});
     return {{blocks, {}}, {{8, 10, 0x3F, 0xFF, 0x00, 0x12, 0x34, 0x81, 0x7F}, {}}};
 }
 
@@ -350,9 +345,9 @@ std::vector<Seed> bitmapSeeds(const std::string &) {
                 put(s.bytes, 0, 4);
                 put(s.bytes, (uint32_t)(54 + table.size()), 4);
             }
-            append(s.bytes, infoHeader(20, 5, k.planes, k.bits, k.compression, k.colors, at, s.fields));
-            append(s.bytes, table);
-            append(s.bytes, pixels);
+            put(s.bytes, infoHeader(20, 5, k.planes, k.bits, k.compression, k.colors, at, s.fields));
+            put(s.bytes, table);
+            put(s.bytes, pixels);
             seeds.push_back(s);
         }
     return seeds;
@@ -368,7 +363,7 @@ void feedBitmap(const unsigned char *input, size_t size, const std::string &) {
 // fenced at its end before anything walks it.
 std::vector<Seed> rleSeeds(const std::string &) {
     Seed s{{20, 0, 6, 0}, {{0, 2}, {2, 2}}};
-    append(s.bytes, rleStream(6));
+    put(s.bytes, rleStream(6));
     Seed odd{{7, 0, 2, 0, 3, 1, 0, 7, 1, 2, 3, 4, 5, 6, 7, 0, 0, 0, 0, 2, 3, 0, 2, 5, 0, 0, 1}, {{0, 2}, {2, 2}}};
     return {s, odd};
 }
@@ -387,7 +382,7 @@ void feedRle(const unsigned char *input, size_t size, const std::string &) {
 
 std::vector<Seed> paletteSeeds(const std::string &) {
     Seed s{{0, 3}, {{0, 2}}};
-    append(s.bytes, ramp(1024, 9));
+    put(s.bytes, ramp(1024, 9));
     return {s};
 }
 
@@ -402,7 +397,7 @@ std::vector<Seed> waveSeeds(const std::string &) {
     for (bool extra : {false, true})
         for (int kind = 0; kind < 3; ++kind) {
             Bytes b(4, 0);
-            append(b, waveImage(kind == 2 ? 44100 : 11025, kind ? 16 : 8, kind == 2 ? 2 : 1, 33, extra));
+            put(b, waveImage(kind == 2 ? 44100 : 11025, kind ? 16 : 8, kind == 2 ? 2 : 1, 33, extra));
             seeds.push_back({b, waveFields(b, 4)});
         }
     return seeds;
@@ -418,7 +413,7 @@ std::vector<Seed> waveFileSeeds(const std::string &scratch) {
     std::vector<Seed> seeds = waveSeeds(scratch);
     // Long enough to stay on disk when streaming is allowed.
     Bytes longOne(4, 0);
-    append(longOne, waveImage(22050, 8, 1, 0x10001, false));
+    put(longOne, waveImage(22050, 8, 1, 0x10001, false));
     seeds.push_back({longOne, waveFields(longOne, 4)});
     for (Seed &s : seeds) {
         s.bytes.erase(s.bytes.begin(), s.bytes.begin() + 4);

@@ -71,6 +71,9 @@ public:
     static void stopAllSounds();
     static bool isAnyPlaying();
     static bool canPlay(mDigFreq freq, mDigSample sample, int channels);
+    // Hz of a rate, and bits of a sample size; 0 outside the tables.
+    static unsigned long rateOf(mDigFreq freq);
+    static unsigned bitsOf(mDigSample sample);
 
 private:
     friend class mSoundDevice;
@@ -78,9 +81,6 @@ private:
     // Takes over a block of the library's heap as the samples of the format of like.
     mDigSound(void *samples, unsigned long length, const mDigSound &like);
 
-    // Hz of a rate, and bits of a sample size; 0 outside the tables.
-    static unsigned long rateOf(mDigFreq freq);
-    static unsigned bitsOf(mDigSample sample);
 
     void init();
     void readSamples(mInputFile &from);
