@@ -30,18 +30,22 @@ inline uint64_t blend8(const unsigned char *t, const unsigned char *h, const uns
     return (target & hole) | value;
 }
 
-// n pixels of a stretch, in blocks of 16 bytes with the last one overlapping the one before.
-// A blend gives the same bytes whether it reads the target before or after an overlapping
-// blend, so the first and last blocks are read before the blocks between are written: no
-// read waits on a store it half overlaps, and a stretch of up to two blocks needs no loop.
-inline void blendStretch(unsigned char *t, const unsigned char *h, const unsigned char *v, ptrdiff_t n) {
-    if (n >= 16) {
-        const __m128i head = blend16(t, h, v), last = blend16(t + n - 16, h + n - 16, v + n - 16);
-        for (ptrdiff_t i = 16; i < n - 16; i += 16)
-            _mm_storeu_si128(reinterpret_cast<__m128i *>(t + i), blend16(t + i, h + i, v + i));
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(t), head);
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(t + n - 16), last);
-    } else if (n >= 8) {
+// n >= 16 pixels of a stretch, in blocks of 16 bytes with the last one overlapping the one
+// before. A blend gives the same bytes whether it reads the target before or after an
+// overlapping blend, so the first and last blocks are read before the blocks between are
+// written: no read waits on a store it half overlaps, and two blocks need no loop.
+inline void blendBlocks(unsigned char *t, const unsigned char *h, const unsigned char *v, ptrdiff_t n) {
+    const __m128i head = blend16(t, h, v), last = blend16(t + n - 16, h + n - 16, v + n - 16);
+    for (ptrdiff_t i = 16; i < n - 16; i += 16)
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(t + i), blend16(t + i, h + i, v + i));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(t), head);
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(t + n - 16), last);
+}
+
+// Fewer than 16 pixels, which only a clipped row has; kept out of the row loops.
+__attribute__((noinline)) void blendFew(unsigned char *t, const unsigned char *h, const unsigned char *v,
+                                        ptrdiff_t n) {
+    if (n >= 8) {
         const uint64_t last = blend8(t + n - 8, h + n - 8, v + n - 8), head = blend8(t, h, v);
         std::memcpy(t, &head, 8);
         std::memcpy(t + n - 8, &last, 8);
@@ -150,8 +154,10 @@ void mRLERows::blendRows(const Row *row, const Row *end, ptrdiff_t left, ptrdiff
     for (; row != end; ++row, line += linePixels) {
         const ptrdiff_t x0 = ClipX ? std::max(row->left, left) : row->left;
         const ptrdiff_t n = (ClipX ? std::min(row->right, right) : row->right) - x0;
-        if (n > 0)
-            blendStretch(line + x0, holeBase + row->origin + x0, valueBase + row->origin + x0, n);
+        if (n >= 16)
+            blendBlocks(line + x0, holeBase + row->origin + x0, valueBase + row->origin + x0, n);
+        else if (n > 0)
+            blendFew(line + x0, holeBase + row->origin + x0, valueBase + row->origin + x0, n);
     }
 }
 
