@@ -42,7 +42,8 @@ inline void blendBlocks(unsigned char *t, const unsigned char *h, const unsigned
     _mm_storeu_si128(reinterpret_cast<__m128i *>(t + n - 16), last);
 }
 
-// Fewer than 16 pixels, which only a clipped row has; kept out of the row loops.
+// Fewer than 16 pixels, which only clipping or an image narrower than that gives; kept out
+// of the row loops.
 __attribute__((noinline)) void blendFew(unsigned char *t, const unsigned char *h, const unsigned char *v,
                                         ptrdiff_t n) {
     if (n >= 8) {
