@@ -81,7 +81,6 @@ private:
     // Takes over a block of the library's heap as the samples of the format of like.
     mDigSound(void *samples, unsigned long length, const mDigSound &like);
 
-
     void init();
     void readSamples(mInputFile &from);
     bool parseWave(mInputFile *from);
