@@ -21,21 +21,16 @@ SYSTEM_INFO_STRUCT *libraryInstance() {
     return m ? m->getInstance() : handle(reinterpret_cast<HWND>(GetModuleHandleA(nullptr)));
 }
 
-// The subclass procedure of every wrapped control. Exceptions are parked, as in the window
-// procedure, since the platform's frames cannot carry them.
+// The subclass procedure of every wrapped control. The original procedure is taken first:
+// handling the message may take the control apart.
 LRESULT CALLBACK controlProc(HWND peer, UINT message, WPARAM wParam, LPARAM lParam) {
     mControl *control = mControl::findCWindow(handle(peer));
     if (!control)
         return 0;
     WNDPROC original = reinterpret_cast<WNDPROC>(control->getOrigProc());
-    try {
-        mLResult result = 0;
-        if (control->process((int)message, wParam, lParam, result))
-            return result;
-    } catch (...) {
-        mApp::parkException();
-        return 0;
-    }
+    mLResult result = 0;
+    if (control->processParked((int)message, wParam, lParam, result))
+        return result;
     return CallWindowProcA(original, peer, message, wParam, lParam);
 }
 

@@ -22,20 +22,12 @@ HINSTANCE libraryInstance() {
     return m ? reinterpret_cast<HINSTANCE>(m->getInstance()) : GetModuleHandleA(nullptr);
 }
 
-// The bridge from the platform to the object in the first window word. An exception cannot
-// be trusted to cross the platform's frames, so it is parked and thrown again by mApp::dispatch.
+// The bridge from the platform to the object in the first window word.
 LRESULT CALLBACK windowProc(HWND peer, UINT message, WPARAM wParam, LPARAM lParam) {
     mWindow *window = reinterpret_cast<mWindow *>(GetWindowLongPtrA(peer, 0));
-    if (window) {
-        try {
-            mLResult result = 0;
-            if (window->process((int)message, wParam, lParam, result))
-                return result;
-        } catch (...) {
-            mApp::parkException();
-            return 0;
-        }
-    }
+    mLResult result = 0;
+    if (window && window->processParked((int)message, wParam, lParam, result))
+        return result;
     return DefWindowProcA(peer, message, wParam, lParam);
 }
 
@@ -521,6 +513,16 @@ bool mWindow::vkeyUD(int key, int qualifiers, bool down) {
 }
 
 // ---- The message table.
+
+bool mWindow::processParked(int message, mWParam wParam, mLParam lParam, mLResult &result) {
+    try {
+        return process(message, wParam, lParam, result);
+    } catch (...) {
+        mApp::parkException();
+        result = 0;
+        return true;
+    }
+}
 
 bool mWindow::process(int message, mWParam wParam, mLParam lParam, mLResult &result) {
     bool handled = false;

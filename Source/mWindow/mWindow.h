@@ -86,6 +86,10 @@ public:
     virtual void setBounds(const mRect &bounds);
     virtual void destroy();
     virtual bool process(int message, mWParam wParam, mLParam lParam, mLResult &result);
+    // process() as the platform's procedures call it: an exception cannot be trusted to cross
+    // the platform's frames, so it is parked for mApp::dispatch to throw again, and the
+    // message counts as handled with 0.
+    bool processParked(int message, mWParam wParam, mLParam lParam, mLResult &result);
 
     SYSTEM_INFO_STRUCT *getPeer() const { return peer; }
     bool isValid() const { return !gone; }
