@@ -86,26 +86,27 @@ TEST_F(DialogTest, ModelessDialogStartsUnfocusedUntilTab) {
 }
 
 TEST_F(DialogTest, MessageBoxesDefaultButtonsAndResults) {
-    BoxAnswer a = answerBox("Box one", IDCANCEL, [] {
-        return mMsgBox::ok("Sure?", "Box one", mMsgBox::CANCEL, true, mMsgBox::QUESTION, false);
-    });
-    EXPECT_EQ(IDCANCEL, a.defaultButton);
-    EXPECT_EQ(mMsgBox::CANCEL, a.result);
-    a = answerBox("Box three", IDNO, [] {
-        return mMsgBox::yesNo("Save?", "Box three", mMsgBox::NO, true, mMsgBox::EXCLAMATION, false);
-    });
-    EXPECT_EQ(IDNO, a.defaultButton);
-    EXPECT_EQ(mMsgBox::NO, a.result);
-    a = answerBox("Box four", IDCANCEL, [] {
-        return mMsgBox::retry("Again?", "Box four", mMsgBox::OK, false, mMsgBox::STOP, false);
-    });
-    EXPECT_EQ(IDRETRY, a.defaultButton);
-    EXPECT_EQ(mMsgBox::CANCEL, a.result);
-    a = answerBox("Box five", IDIGNORE, [] {
-        return mMsgBox::retry("Disk?", "Box five", mMsgBox::NO, true, mMsgBox::NOICON, false);
-    });
-    EXPECT_EQ(IDIGNORE, a.defaultButton);
-    EXPECT_EQ(mMsgBox::NO, a.result);
+    struct Case {
+        const char *title;
+        int answer, defaultButton;
+        mMsgBox::MBRESULT result;
+        std::function<mMsgBox::MBRESULT()> show;
+    };
+    const Case cases[] = {
+        {"Box one", IDCANCEL, IDCANCEL, mMsgBox::CANCEL,
+         [] { return mMsgBox::ok("Sure?", "Box one", mMsgBox::CANCEL, true, mMsgBox::QUESTION, false); }},
+        {"Box three", IDNO, IDNO, mMsgBox::NO,
+         [] { return mMsgBox::yesNo("Save?", "Box three", mMsgBox::NO, true, mMsgBox::EXCLAMATION, false); }},
+        {"Box four", IDCANCEL, IDRETRY, mMsgBox::CANCEL,
+         [] { return mMsgBox::retry("Again?", "Box four", mMsgBox::OK, false, mMsgBox::STOP, false); }},
+        {"Box five", IDIGNORE, IDIGNORE, mMsgBox::NO,
+         [] { return mMsgBox::retry("Disk?", "Box five", mMsgBox::NO, true, mMsgBox::NOICON, false); }},
+    };
+    for (const Case &c : cases) {
+        const BoxAnswer a = answerBox(c.title, c.answer, c.show);
+        EXPECT_EQ(c.defaultButton, a.defaultButton) << c.title;
+        EXPECT_EQ(c.result, a.result) << c.title;
+    }
 }
 
 TEST_F(DialogTest, ClipboardCarriesTextOnly) {
