@@ -251,22 +251,8 @@ bool m8BitRLE::scanSolid(mPoint &p) {
     }
 }
 
-int m8BitRLE::getUnusedIndex() const {
-    std::vector<bool> used(256, false);
-    const unsigned char *p = data, *end = streamEnd();
-    rle::Token t;
-    for (rle::Kind kind; (kind = rle::readToken(p, end, t)) != rle::imageEnd;) {
-        if (kind == rle::run)
-            used[t.value] = true;
-        else if (kind == rle::literal)
-            for (long i = 0; i < t.length; ++i)
-                used[t.pixels[i]] = true;
-    }
-    return freeIndex(used);
-}
-
-mColor *m8BitRLE::getUsedColors(int &count, int threshold) {
-    long tally[256] = {};
+// How many pixels of the stream have each value.
+void m8BitRLE::tallyValues(long tally[256]) const {
     const unsigned char *p = data, *end = streamEnd();
     rle::Token t;
     for (rle::Kind kind; (kind = rle::readToken(p, end, t)) != rle::imageEnd;) {
@@ -276,6 +262,20 @@ mColor *m8BitRLE::getUsedColors(int &count, int threshold) {
             for (long i = 0; i < t.length; ++i)
                 ++tally[t.pixels[i]];
     }
+}
+
+int m8BitRLE::getUnusedIndex() const {
+    long tally[256] = {};
+    tallyValues(tally);
+    std::vector<bool> used(256);
+    for (int i = 0; i < 256; ++i)
+        used[i] = tally[i] > 0;
+    return freeIndex(used);
+}
+
+mColor *m8BitRLE::getUsedColors(int &count, int threshold) {
+    long tally[256] = {};
+    tallyValues(tally);
     return colorsUsed(tally, count, threshold);
 }
 

@@ -36,6 +36,7 @@ private:
     void convertIndexVals(unsigned short *table);
     void mirrorRows();
     bool scanSolid(mPoint &p);
+    void tallyValues(long tally[256]) const;
     // Builds the row index anew from the stream; every change of the stream ends with it.
     void indexRows();
     // The end of the token stream; the start itself when there is none.
