@@ -1,4 +1,5 @@
 #include "mWindow/mControl.h"
+#include "mWindow/mPeer.h"
 #include "mUtil/mApp.h"
 #include "mUtil/mModule.h"
 #include "mWindow/mGraphics.h"
@@ -12,14 +13,6 @@ std::vector<mControl *> mControl::controls;
 bool mControl::genericRegistered = false;
 
 namespace {
-
-HWND hwnd(SYSTEM_INFO_STRUCT *peer) { return reinterpret_cast<HWND>(peer); }
-SYSTEM_INFO_STRUCT *handle(HWND h) { return reinterpret_cast<SYSTEM_INFO_STRUCT *>(h); }
-
-SYSTEM_INFO_STRUCT *libraryInstance() {
-    const mModule *m = mModule::getVelnor();
-    return m ? m->getInstance() : handle(reinterpret_cast<HWND>(GetModuleHandleA(nullptr)));
-}
 
 // The subclass procedure of every wrapped control. The original procedure is taken first:
 // handling the message may take the control apart.
@@ -131,7 +124,7 @@ bool mControl::registerControlClass(mModule *module, const mString &name, bool b
     wc.style = CS_GLOBALCLASS | CS_HREDRAW | CS_VREDRAW;
     wc.lpfnWndProc = DefWindowProcA;
     wc.cbWndExtra = sizeof(LONG_PTR);
-    wc.hInstance = reinterpret_cast<HINSTANCE>(module ? module->getInstance() : libraryInstance());
+    wc.hInstance = hinstance(module ? module->getInstance() : libraryInstance());
     wc.hCursor = LoadCursorA(nullptr, IDC_ARROW);
     wc.hbrBackground = background ? reinterpret_cast<HBRUSH>(6) : nullptr;
     wc.lpszClassName = name.c_str();

@@ -1,4 +1,5 @@
 #include "mWindow/mDialog.h"
+#include "mWindow/mPeer.h"
 #include "mUtil/mApp.h"
 #include "mUtil/mModule.h"
 
@@ -8,8 +9,6 @@
 static const char srcPath[] = "mWindow/mDialog";
 
 namespace {
-
-HWND hwnd(SYSTEM_INFO_STRUCT *peer) { return reinterpret_cast<HWND>(peer); }
 
 INT_PTR CALLBACK dialogProc(HWND peer, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_INITDIALOG)

@@ -1,4 +1,5 @@
 #include "mWindow/mFrame.h"
+#include "mWindow/mPeer.h"
 #include "mFile/mFile.h"
 #include "mUtil/mApp.h"
 #include "mUtil/mModule.h"
@@ -6,16 +7,10 @@
 
 #include <windows.h>
 
-namespace {
-HWND hwnd(SYSTEM_INFO_STRUCT *peer) { return reinterpret_cast<HWND>(peer); }
-HMENU hmenu(SYSTEM_INFO_STRUCT *peer) { return reinterpret_cast<HMENU>(peer); }
-} // namespace
-
 mCreateInfo mFrame::genInfo(int style, const mString &title) {
     mCreateInfo info;
     info.title = title;
-    const mModule *library = mModule::getVelnor();
-    info.instance = library ? library->getInstance() : reinterpret_cast<SYSTEM_INFO_STRUCT *>(GetModuleHandleA(nullptr));
+    info.instance = libraryInstance();
     unsigned long s = WS_DLGFRAME | WS_CLIPCHILDREN;
     if (style & TITLE_BAR) s |= WS_BORDER;
     if (style & SIZING) s |= WS_THICKFRAME;

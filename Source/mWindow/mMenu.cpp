@@ -1,4 +1,5 @@
 #include "mWindow/mMenu.h"
+#include "mWindow/mPeer.h"
 #include "mUtil/mApp.h"
 #include "mUtil/mModule.h"
 #include "mWindow/mFrame.h"
@@ -9,9 +10,6 @@
 static const char srcPath[] = "mWindow/mMenu";
 
 namespace {
-
-HMENU hmenu(SYSTEM_INFO_STRUCT *peer) { return reinterpret_cast<HMENU>(peer); }
-SYSTEM_INFO_STRUCT *handle(HMENU menu) { return reinterpret_cast<SYSTEM_INFO_STRUCT *>(menu); }
 
 // Item texts are read through a buffer of this size.
 const int textBuffer = 80;

@@ -1,4 +1,5 @@
 #include "mWindow/mTopLevel.h"
+#include "mWindow/mPeer.h"
 #include "mUtil/mApp.h"
 #include "mUtil/mModule.h"
 #include "mWindow/mGraphics.h"
@@ -6,7 +7,6 @@
 #include <windows.h>
 
 namespace {
-HWND hwnd(SYSTEM_INFO_STRUCT *peer) { return reinterpret_cast<HWND>(peer); }
 
 // While the user drags or sizes a window the platform runs a loop of its own, which never
 // reaches the run loop's idle rounds; this timer of the window's brings them back there.

@@ -1,4 +1,5 @@
 #include "mWindow/mWindow.h"
+#include "mWindow/mPeer.h"
 #include "mUtil/mApp.h"
 #include "mUtil/mModule.h"
 #include "mWindow/mControl.h"
@@ -14,13 +15,6 @@ mString mWindow::baseClassName;
 std::vector<mWindow *> mWindow::trackers;
 
 namespace {
-
-HWND hwnd(SYSTEM_INFO_STRUCT *peer) { return reinterpret_cast<HWND>(peer); }
-SYSTEM_INFO_STRUCT *handle(void *h) { return static_cast<SYSTEM_INFO_STRUCT *>(h); }
-HINSTANCE libraryInstance() {
-    const mModule *m = mModule::getVelnor();
-    return m ? reinterpret_cast<HINSTANCE>(m->getInstance()) : GetModuleHandleA(nullptr);
-}
 
 // The bridge from the platform to the object in the first window word.
 LRESULT CALLBACK windowProc(HWND peer, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -102,7 +96,7 @@ void mWindow::registerClass(const mString &name, SYSTEM_INFO_STRUCT *instance) {
     wc.style = CS_GLOBALCLASS | CS_HREDRAW | CS_VREDRAW;
     wc.lpfnWndProc = windowProc;
     wc.cbWndExtra = sizeof(LONG_PTR);
-    wc.hInstance = instance ? reinterpret_cast<HINSTANCE>(instance) : libraryInstance();
+    wc.hInstance = hinstance(instance ? instance : libraryInstance());
     wc.hCursor = LoadCursorA(nullptr, IDC_ARROW);
     wc.hbrBackground = reinterpret_cast<HBRUSH>(6);
     wc.lpszClassName = baseClassName.c_str();
@@ -135,7 +129,7 @@ void mWindow::createPeer(const mRect &bounds, mCreateInfo &info) {
 void mWindow::createPeer(const mRect &bounds, unsigned long style) {
     mCreateInfo info;
     info.style = style | WS_CHILD | WS_CLIPCHILDREN;
-    info.instance = reinterpret_cast<SYSTEM_INFO_STRUCT *>(libraryInstance());
+    info.instance = libraryInstance();
     info.unbound = false;
     createPeer(bounds, info);
 }
@@ -144,7 +138,7 @@ void mWindow::createPeer(const mString &className, mModule *module) {
     mCreateInfo info;
     info.className = className;
     info.style = WS_CHILD | WS_CLIPCHILDREN;
-    info.instance = module ? module->getInstance() : reinterpret_cast<SYSTEM_INFO_STRUCT *>(libraryInstance());
+    info.instance = module ? module->getInstance() : libraryInstance();
     info.unbound = false;
     createPeer(mRect(0, 0, 1, 1), info);
 }
